@@ -1,0 +1,104 @@
+// Byte classes of the source language, shared by the lexer and the preprocessor so that both cut a text into
+// the same identifiers and numbers. Bytes are taken as they are: nothing depends on the locale.
+
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace Vantor::gpc {
+
+enum ByteClass : std::uint8_t {
+    kIdentifierStart = 1, ///< letters, _ and $
+    kDigit = 2,
+    kHexDigit = 4,
+    kBlank = 8,    ///< space, tab, carriage return; a line feed is none
+    kNonAscii = 16 ///< 128 and above: continues an identifier, is ignored elsewhere
+};
+
+inline constexpr std::array<std::uint8_t, 256> kByteClasses = [] {
+    std::array<std::uint8_t, 256> classes{};
+    for (std::size_t c = 0; c < 256; ++c) {
+        const bool lower = c >= 'a' && c <= 'z';
+        const bool upper = c >= 'A' && c <= 'Z';
+        const bool digit = c >= '0' && c <= '9';
+        std::uint8_t bits = 0;
+        if (lower || upper || c == '_' || c == '$')
+            bits |= kIdentifierStart;
+        if (digit)
+            bits |= kDigit;
+        if (digit || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'))
+            bits |= kHexDigit;
+        if (c == ' ' || c == '\t' || c == '\r')
+            bits |= kBlank;
+        if (c >= 128)
+            bits |= kNonAscii;
+        classes[c] = bits;
+    }
+    return classes;
+}();
+
+constexpr bool hasClass(char byte, unsigned classes) noexcept {
+    return (kByteClasses[static_cast<unsigned char>(byte)] & classes) != 0;
+}
+
+/// The UTF-8 ideographic space, the one sequence of non-ASCII bytes that ends an identifier.
+inline constexpr std::string_view kIdeographicSpace = "\xE3\x80\x80";
+
+/// Offset behind the identifier whose first byte stands at `begin`.
+constexpr std::size_t identifierEnd(std::string_view text, std::size_t begin) noexcept {
+    std::size_t end = begin + 1;
+    while (end < text.size() && hasClass(text[end], kIdentifierStart | kDigit | kNonAscii)) {
+        if (text[end] == kIdeographicSpace[0] && text.substr(end, 3) == kIdeographicSpace)
+            break;
+        ++end;
+    }
+    return end;
+}
+
+/// Whether a numeric literal begins at `at`: a digit, or a dot directly before one.
+constexpr bool startsNumber(std::string_view text, std::size_t at) noexcept {
+    return hasClass(text[at], kDigit) ||
+           (text[at] == '.' && at + 1 < text.size() && hasClass(text[at + 1], kDigit));
+}
+
+/// Offset behind the numeric literal that begins at `begin`. A prefix without digits behind it is a literal
+/// too; its value fails later.
+constexpr std::size_t numberEnd(std::string_view text, std::size_t begin) noexcept {
+    const auto skip = [&](std::size_t at, unsigned classes) {
+        while (at < text.size() && hasClass(text[at], classes))
+            ++at;
+        return at;
+    };
+    const char second = begin + 1 < text.size() ? text[begin + 1] : '\0';
+    if (text[begin] == '0' && (second == 'x' || second == 'X'))
+        return skip(begin + 2, kHexDigit);
+    if (text[begin] == '0' && (second == 'b' || second == 'B')) {
+        std::size_t end = begin + 2;
+        while (end < text.size() && (text[end] == '0' || text[end] == '1'))
+            ++end;
+        return end;
+    }
+    std::size_t end = skip(begin, kDigit);
+    if (end < text.size() && text[end] == '.')
+        end = skip(end + 1, kDigit);
+    if (end < text.size() && (text[end] == 'f' || text[end] == 'F'))
+        ++end;
+    return end;
+}
+
+/// Offset of the quote that closes the literal whose content begins at `begin`, or npos. A backslash takes
+/// the next byte with it, whatever it is; line feeds belong to the literal.
+constexpr std::size_t closingQuote(std::string_view text, std::size_t begin, char quote) noexcept {
+    for (std::size_t at = begin; at < text.size(); ++at) {
+        if (text[at] == quote)
+            return at;
+        if (text[at] == '\\')
+            ++at;
+    }
+    return std::string_view::npos;
+}
+
+} // namespace Vantor::gpc

@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# Builds FerryLink and starts it in the development host, with a simulated adapter and a process that feeds it frames.
+# Works on a bare Debian 12 with nothing but this checkout.
+#
+#   scripts/run.sh                    a window where there is a display, a headless run of five seconds otherwise
+#   scripts/run.sh --headless         the headless run
+#   scripts/run.sh -- ARGUMENTS...    the development host with arguments of your own (try -- --help)
+
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+usage() { sed -n '2,7s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"; }
+
+mode=window
+[ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] || mode=headless
+arguments=()
+while [ $# -gt 0 ]; do
+  case $1 in
+    --headless) mode=headless ;;
+    -h | --help)
+      usage
+      exit 0
+      ;;
+    --)
+      shift
+      mode=own
+      arguments=("$@")
+      break
+      ;;
+    *)
+      usage >&2
+      die "unknown argument '$1'; arguments for the development host stand behind --"
+      ;;
+  esac
+  shift
+done
+
+need "${build_packages[@]}"
+build release --target ferrylink-host cvfeed FerryLink ferrylink_virtual_hidapi
+
+case $mode in
+  window) arguments=(--adapter virtual --feed 1000) ;;
+  headless) arguments=(--adapter virtual --headless --feed 1000 --frames 5000) ;;
+esac
+exec "build/release/bin/ferrylink-host" "${arguments[@]}"

@@ -1,0 +1,64 @@
+#!/usr/bin/env bash
+# Builds and runs the tests. Works on a bare Debian 12 with nothing but this checkout.
+#
+#   scripts/test.sh [LANE...]     without a lane: default
+#
+#   default    unit and integration tests, release build, warnings as errors
+#   sanitize   the same under AddressSanitizer and UndefinedBehaviorSanitizer, the threaded ones under ThreadSanitizer
+#   lint       formatting and static analysis (clang-format, clang-tidy), and checks on the texts of the project
+#   bench      measures against named baselines and prints ratios; never fails on a figure
+#   all        every lane above
+
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+usage() { sed -n '2,10s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"; }
+
+# Tests that measure counts against time claim the machine for themselves (RUN_SERIAL), so this is safe.
+jobs=$(nproc)
+
+lane_default() {
+  build release
+  ctest --preset release -j "$jobs"
+}
+
+lane_sanitize() {
+  build asan
+  ctest --preset asan -j "$jobs"
+  build tsan
+  # The sanitizer's shadow memory does not fit the address-space randomisation of some kernels.
+  setarch --addr-no-randomize ctest --preset tsan -j "$jobs"
+}
+
+lane_lint() {
+  need clang-format clang-tidy
+  build release
+  scripts/lint.sh
+}
+
+lane_bench() {
+  build release
+  scripts/bench.sh
+}
+
+lanes=()
+for lane in "${@:-default}"; do
+  case $lane in
+    default | sanitize | lint | bench) lanes+=("$lane") ;;
+    all) lanes+=(default sanitize lint bench) ;;
+    -h | --help)
+      usage
+      exit 0
+      ;;
+    *)
+      usage >&2
+      die "unknown lane '$lane'"
+      ;;
+  esac
+done
+
+need "${build_packages[@]}" "${test_packages[@]}"
+for lane in "${lanes[@]}"; do
+  say "Lane $lane"
+  "lane_$lane"
+done
+say "Passed: ${lanes[*]}"

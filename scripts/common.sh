@@ -42,12 +42,14 @@ build() {
   shift
   if [ ! -f "build/$preset/build.ninja" ]; then
     say "Configuring $preset"
-    cmake --preset "$preset" >"/tmp/ferrylink-configure.$$" || {
-      cat "/tmp/ferrylink-configure.$$" >&2
-      rm -f "/tmp/ferrylink-configure.$$"
+    local log
+    log=$(mktemp)
+    if ! cmake --preset "$preset" >"$log" 2>&1; then
+      cat "$log" >&2
+      rm -f "$log"
       die "configuring the preset $preset failed"
-    }
-    rm -f "/tmp/ferrylink-configure.$$"
+    fi
+    rm -f "$log"
   fi
   say "Building $preset"
   cmake --build --preset "$preset" "$@" >&2

@@ -7,8 +7,8 @@
 
 namespace Vantor::platform {
 
-/// Nanoseconds of the steady clock (on Windows the performance counter scaled to nanoseconds). The same clock in
-/// every process of this machine, so that a producer's time stamp can be compared with a reader's.
+/// Nanoseconds of the steady clock (on Windows the performance counter scaled to nanoseconds). The same clock
+/// in every process of this machine, so that a producer's time stamp can be compared with a reader's.
 inline std::int64_t monotonicNowNs() noexcept {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(
                std::chrono::steady_clock::now().time_since_epoch())

@@ -1,7 +1,7 @@
 // Manual-reset events, within a process and across processes, and waiting on several at once.
-// Entry points: Event, waitAny(). The meaning is the same on every system: an event stays set until it is reset,
-// setting a set event does nothing, and of several set events the one with the lowest index is reported.
-// Safe from any thread; nothing here allocates after construction.
+// Entry points: Event, waitAny(). The meaning is the same on every system: an event stays set until it is
+// reset, setting a set event does nothing, and of several set events the one with the lowest index is
+// reported. Safe from any thread; nothing here allocates after construction.
 
 #pragma once
 
@@ -16,15 +16,17 @@ namespace Vantor::platform {
 /// Windows: the kernel's HANDLE. POSIX: the address of the event's 32-bit futex word.
 using EventHandle = void*;
 
-/// Bytes that a named event takes inside the shared mapping that carries it (POSIX; Windows leaves them unused).
+/// Bytes that a named event takes inside the shared mapping that carries it (POSIX; Windows leaves them
+/// unused).
 inline constexpr std::size_t kEventWordBytes = 4;
 
 class Event {
 public:
     /// An event of this process, not set. valid() is false when the system refuses another one.
     Event();
-    /// An event shared by processes. `name` identifies it on Windows; `word` points at kEventWordBytes bytes, aligned
-    /// to 4, of a shared mapping that outlives this object, and carries it on POSIX. A fresh mapping's zero means not set.
+    /// An event shared by processes. `name` identifies it on Windows; `word` points at kEventWordBytes bytes,
+    /// aligned to 4, of a shared mapping that outlives this object, and carries it on POSIX. A fresh
+    /// mapping's zero means not set.
     static Event shared(std::string_view name, void* word);
     /// An event that is not there: valid() is false, handle() null.
     static Event none() noexcept;
@@ -63,7 +65,8 @@ struct WaitResult {
 
 /// Waits until one of `events` is set, or until `timeoutMs` milliseconds have passed (0: only looks).
 /// Fails with an empty list, a null handle, more than kMaxWaitEvents, or a system error; never throws.
-/// A null handle in the list fails at once on every system, so that a mistake never becomes a wait without end.
+/// A null handle in the list fails at once on every system, so that a mistake never becomes a wait without
+/// end.
 WaitResult waitAny(std::span<const EventHandle> events, std::uint32_t timeoutMs) noexcept;
 
 } // namespace Vantor::platform

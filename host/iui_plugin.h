@@ -1,5 +1,6 @@
 // What the host expects of a plug-in. All operations run on the GUI thread.
-// Order: setSettingsManager, setMemoryBlocks, initialize, createPanel (at most one panel at a time), ..., shutdown.
+// Order: setSettingsManager, setMemoryBlocks, initialize, createPanel (at most one panel at a time), ...,
+// shutdown.
 
 #pragma once
 
@@ -38,7 +39,8 @@ public:
 
     /// Builds the dock panel; the parent owns it.
     virtual QWidget* createPanel(QWidget* parent) = 0;
-    /// Through which the host starts and stops the plug-in's work; owned by the plug-in, valid while it is loaded.
+    /// Through which the host starts and stops the plug-in's work; owned by the plug-in, valid while it is
+    /// loaded.
     virtual PluginRunController* runController() = 0;
 };
 

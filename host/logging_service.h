@@ -8,6 +8,7 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+
 #include <memory>
 
 namespace Vantor {
@@ -25,6 +26,8 @@ class VANTOR_CORE_EXPORT LoggingService : public QObject {
 
 public:
     static constexpr qsizetype kRingEntries = 1000;
+    /// Longer messages are cut, so that the ring has an upper bound in bytes too.
+    static constexpr qsizetype kMaxMessageCharacters = 4096;
 
     static LoggingService& instance();
 

@@ -9,6 +9,7 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
+
 #include <memory>
 
 namespace Vantor {
@@ -18,6 +19,8 @@ namespace Vantor {
 /// VANTOR_INSTANCE is what programs take as their default.
 VANTOR_CORE_EXPORT QList<MemoryBlockInfo> standardBlocks(const QString& instance);
 VANTOR_CORE_EXPORT QString defaultInstance();
+/// Letters, digits, '-' and '_', at most 32 of them; empty is the ordinary instance and valid.
+VANTOR_CORE_EXPORT bool isValidInstance(const QString& instance);
 
 class VANTOR_CORE_EXPORT MemoryBlockHost {
 public:
@@ -26,8 +29,9 @@ public:
     MemoryBlockHost(const MemoryBlockHost&) = delete;
     MemoryBlockHost& operator=(const MemoryBlockHost&) = delete;
 
-    /// Makes all `blocks`, or none. A block that a dead host left behind is taken over; one of a running host makes the call
-    /// fail, and errorString() names the block, the process that holds it and what to do.
+    /// Makes all `blocks`, or none. A block that a dead host left behind is taken over; one of a running host
+    /// makes the call fail, and errorString() names the block, the process that holds it and what to do.
+    /// Blocks of an earlier call go first.
     bool create(const QList<MemoryBlockInfo>& blocks);
     QString errorString() const;
     const QList<MemoryBlockInfo>& blocks() const;

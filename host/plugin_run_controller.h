@@ -1,4 +1,5 @@
-// Between the host's run controls and a plug-in: requests go down, the running state comes back. GUI thread only.
+// Between the host's run controls and a plug-in: requests go down, the running state comes back. GUI thread
+// only.
 
 #pragma once
 

@@ -22,21 +22,25 @@ inline constexpr char kMouseRawInput[] = "MouseRawInput";
 
 /// Every block: 512 bytes of header, then the data area. Offsets are from the start of the header.
 namespace BlockLayout {
-inline constexpr std::size_t kSequenceOffset = 0;       ///< int64, number of the current record, from 1; 0 = none yet
-inline constexpr std::size_t kTimestampOffset = 8;      ///< int64, monotonic nanoseconds of the writer; 0 = none
-inline constexpr std::size_t kStateOffset = 16;         ///< int32, see BlockState
-inline constexpr std::size_t kEventWordOffset = 20;     ///< uint32, carries the block's event where the system needs it
-inline constexpr std::size_t kMagicOffset = 24;         ///< uint32, kBlockMagic once the creator has finished
-inline constexpr std::size_t kDataBytesOffset = 28;     ///< uint32, size of the data area
-inline constexpr std::size_t kOwnerIdOffset = 32;       ///< uint32, process id of the creator
-inline constexpr std::size_t kOwnerStartOffset = 40;    ///< uint64, start time of the creator's process
-inline constexpr std::size_t kWriterIdOffset = 48;      ///< uint32, process id of the writer holding the block; 0 = nobody
-inline constexpr std::size_t kWriterStartOffset = 56;   ///< uint64, start time of that process
+inline constexpr std::size_t kSequenceOffset =
+    0; ///< int64, number of the current record, from 1; 0 = none yet
+inline constexpr std::size_t kTimestampOffset = 8; ///< int64, monotonic nanoseconds of the writer; 0 = none
+inline constexpr std::size_t kStateOffset = 16;    ///< int32, see BlockState
+inline constexpr std::size_t kEventWordOffset =
+    20; ///< uint32, carries the block's event where the system needs it
+inline constexpr std::size_t kMagicOffset = 24;      ///< uint32, kBlockMagic once the creator has finished
+inline constexpr std::size_t kDataBytesOffset = 28;  ///< uint32, size of the data area
+inline constexpr std::size_t kOwnerIdOffset = 32;    ///< uint32, process id of the creator
+inline constexpr std::size_t kOwnerStartOffset = 40; ///< uint64, start time of the creator's process
+inline constexpr std::size_t kWriterIdOffset =
+    48; ///< uint32, process id of the writer holding the block; 0 = nobody
+inline constexpr std::size_t kWriterTokenOffset = 52; ///< uint32, which of that process's accessors holds it
+inline constexpr std::size_t kWriterStartOffset = 56; ///< uint64, start time of that process
 inline constexpr std::size_t kPayloadLengthOffset = 128; ///< uint32, bytes of the current record
-inline constexpr std::size_t kReservedOffsetA = 144;    ///< kept for the host
-inline constexpr std::size_t kWriterNameOffset = 256;   ///< kWriterNameBytes of UTF-8, zero-terminated
+inline constexpr std::size_t kReservedOffsetA = 144;     ///< kept for the host
+inline constexpr std::size_t kWriterNameOffset = 256;    ///< kWriterNameBytes of UTF-8, zero-terminated
 inline constexpr std::size_t kWriterNameBytes = 64;
-inline constexpr std::size_t kReservedOffsetB = 400;    ///< kept for the host
+inline constexpr std::size_t kReservedOffsetB = 400; ///< kept for the host
 inline constexpr std::size_t kHeaderBytes = 512;
 
 inline constexpr std::uint32_t kBlockMagic = 0x4B4C4256; // "VBLK"

@@ -1,10 +1,12 @@
-// The host's run-control widgets: a card with a run button, a line of metrics and room for more buttons. GUI thread only.
+// The host's run-control widgets: a card with a run button, a line of metrics and room for more buttons. GUI
+// thread only.
 
 #pragma once
 
 #include "host/vantor_core_export.h"
 
 #include <QFrame>
+#include <QPointer>
 #include <QPushButton>
 #include <QToolButton>
 
@@ -53,13 +55,14 @@ public:
     /// Puts another button beside the run button; the card becomes its parent.
     void addPrimaryActionButton(QAbstractButton* action);
     /// The run button asks `controller`, and shows its running state, from now on; a previous one is let go.
+    /// Without a controller (null, or since it was destroyed) the button is disabled.
     void attachTo(PluginRunController* controller);
 
 private:
     RunControlButton* button = nullptr;
     QLabel* metrics = nullptr;
     QHBoxLayout* buttons = nullptr;
-    PluginRunController* attached = nullptr;
+    QPointer<PluginRunController> attached;
 };
 
 } // namespace Vantor

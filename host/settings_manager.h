@@ -6,6 +6,7 @@
 
 #include <QString>
 #include <QVariant>
+
 #include <memory>
 
 class QSettings;
@@ -20,7 +21,8 @@ public:
     SettingsManager(const SettingsManager&) = delete;
     SettingsManager& operator=(const SettingsManager&) = delete;
 
-    QVariant getPluginValue(const QString& group, const QString& key, const QVariant& defaultValue = {}) const;
+    QVariant getPluginValue(const QString& group, const QString& key,
+                            const QVariant& defaultValue = {}) const;
     /// Stored at once, and on disk before the host ends.
     void setPluginValue(const QString& group, const QString& key, const QVariant& value);
 

@@ -2,9 +2,9 @@
 // Emitter, disassembler, reference machine and the documentation's table all come from kOpcodes; look one up
 // with findOpcode(). A byte without a row is no instruction. Constant data; any thread.
 //
-// Memory is flat, bytes 0..0x23FF, numbers big-endian; the file lies at address 0 and the stack grows down from
-// 0x2400. The stack holds 32-bit slots (4 bytes each) and whatever Reserve takes off it. `a` is pushed before `b`.
-// Truth is "not zero"; comparisons and logical results are 0 or 1.
+// Memory is flat, bytes 0..0x23FF, numbers big-endian; the file lies at address 0 and the stack grows down
+// from 0x2400. The stack holds 32-bit slots (4 bytes each) and whatever Reserve takes off it. `a` is pushed
+// before `b`. Truth is "not zero"; comparisons and logical results are 0 or 1.
 #pragma once
 
 #include <array>
@@ -25,9 +25,10 @@ enum class OperandKind : std::uint8_t {
     CodeAddress,   ///< offset from the file's start, inside the code
     ImageAddress,  ///< offset from the file's start, inside the data image
     StringAddress, ///< ImageAddress of a string that ends with a zero byte
-    Variable,      ///< top bit clear: memory address (storage, or data image); set: signed, relative to the frame pointer
-    FrameOffset,   ///< u8, added to the stack pointer after the operand was popped
-    TypeCode,      ///< u8: 0 uint8, 1 int8, 2 uint16, 3 int16, 4 uint32, 5 int32, 6 fix32, 7 pointer (2 bytes)
+    Variable, ///< top bit clear: memory address (storage, or data image); set: signed, relative to the frame
+              ///< pointer
+    FrameOffset, ///< u8, added to the stack pointer after the operand was popped
+    TypeCode,    ///< u8: 0 uint8, 1 int8, 2 uint16, 3 int16, 4 uint32, 5 int32, 6 fix32, 7 pointer (2 bytes)
 };
 
 /// Whether the device's documents fix the byte, or we chose it from the gaps beside its kin.
@@ -244,10 +245,10 @@ enum class Opcode : std::uint8_t {
 
 struct OpcodeInfo {
     Opcode opcode{};
-    std::string_view name;                ///< mnemonic, unique; builtins carry their language name
+    std::string_view name;                 ///< mnemonic, unique; builtins carry their language name
     std::array<OperandKind, 3> operands{}; ///< in file order, None behind the last
-    std::int8_t pops = 0;                 ///< 32-bit slots taken, or kPopsAsOperandSays
-    std::int8_t pushes = 0;               ///< 32-bit slots put back
+    std::int8_t pops = 0;                  ///< 32-bit slots taken, or kPopsAsOperandSays
+    std::int8_t pushes = 0;                ///< 32-bit slots put back
     OpcodeOrigin origin = OpcodeOrigin::Ours;
     std::string_view effect; ///< one line for the documentation
 };

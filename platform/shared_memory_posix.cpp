@@ -1,5 +1,6 @@
 // Shared memory on Linux: POSIX objects "/vantor-<user id>-<name>", mode 0600.
 
+#include "platform/object_name.h"
 #include "platform/shared_memory.h"
 
 #include <climits>
@@ -29,13 +30,10 @@ std::string describe(int error) {
     return std::system_category().message(error);
 }
 
-/// Empty when `name` cannot name an object.
+/// Empty when `name` is not one.
 std::string objectName(std::string_view name) {
-    std::string result = "/vantor-" + std::to_string(geteuid()) + "-";
-    result += name;
-    const bool usable = !name.empty() && name.find_first_of(std::string_view("/\0", 2)) == name.npos &&
-                        result.size() <= NAME_MAX;
-    return usable ? result : std::string{};
+    return isObjectName(name) ? "/vantor-" + std::to_string(geteuid()) + "-" + std::string(name)
+                              : std::string{};
 }
 
 class File {
@@ -201,7 +199,7 @@ bool SharedMemory::unlink(std::string_view name) noexcept {
 }
 
 NameGuard::NameGuard(std::string_view name) : object(objectName(std::string(name) + ".lock")) {
-    if (object.empty())
+    if (name.empty() || object.empty())
         return;
     // A holder removes the object while it still has the lock, so a lock may turn out to be on a removed one.
     constexpr int kAttempts = 100;

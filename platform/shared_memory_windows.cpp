@@ -131,7 +131,7 @@ bool SharedMemory::unlink(std::string_view /*name*/) noexcept {
 NameGuard::NameGuard(std::string_view name) {
     // The object's existence is the lock: a mutex would let the thread that holds it in a second time.
     const std::wstring guard = kernelObjectName(std::string(name) + ".lock");
-    if (guard.empty())
+    if (name.empty() || guard.empty())
         return;
     mutexHandle = CreateMutexW(nullptr, FALSE, guard.c_str());
     held = mutexHandle != nullptr && GetLastError() != ERROR_ALREADY_EXISTS;

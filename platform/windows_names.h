@@ -1,6 +1,8 @@
-// What the Windows sources of this folder share: names of kernel objects and the system's error texts.
+// What the Windows sources of this folder share: names of kernel objects, and <windows.h> kept small.
 
 #pragma once
+
+#include "platform/object_name.h"
 
 #ifndef NOMINMAX
 #define NOMINMAX
@@ -15,16 +17,9 @@
 
 namespace Vantor::platform {
 
-/// "Local\" (this logon session) and the name. Empty when the name is empty or holds a backslash, which would
-/// put it into another directory of kernel objects, or a byte outside ASCII.
+/// "Local\" (this logon session) and the name; empty when the name is not one.
 inline std::wstring kernelObjectName(std::string_view name) {
-    std::wstring result = L"Local\\";
-    for (const char character : name) {
-        if (character == '\\' || character <= ' ' || character > '~')
-            return {};
-        result.push_back(static_cast<wchar_t>(character));
-    }
-    return name.empty() || result.size() > MAX_PATH ? std::wstring{} : result;
+    return isObjectName(name) ? L"Local\\" + std::wstring(name.begin(), name.end()) : std::wstring{};
 }
 
 } // namespace Vantor::platform

@@ -51,12 +51,11 @@ void LoggingService::error(const QString& source, const QString& message) {
 }
 
 void LoggingService::add(LogEntry::Level level, const QString& source, const QString& message) {
-    const LogEntry entry{.level = level,
-                         .time = QDateTime::currentDateTime(),
-                         .source = source,
-                         .message = message.left(kMaxMessageCharacters)};
+    LogEntry entry{.level = level, .source = source, .message = message.left(kMaxMessageCharacters)};
     {
         const QMutexLocker lock(&d->mutex);
+        entry.time =
+            QDateTime::currentDateTime(); // under the lock, so that times never run backwards in the ring
         if (d->ring.size() >= kRingEntries)
             d->ring.removeFirst();
         d->ring.append(entry);

@@ -22,7 +22,7 @@ QString pathOf(const QString& group, const QString& key) {
 
 /// The next write drops the lines that could not be read, so what the file was is kept beside it.
 void keepBrokenFile(const QString& path) {
-    const QString copy = path + u".broken";
+    const QString copy = path + u".broken"_qs;
     QFile::remove(copy);
     const QString kept = QFile::copy(path, copy) ? u"; the file is kept as %1"_qs.arg(copy) : QString();
     LoggingService::instance().warning(

@@ -51,7 +51,8 @@ void LoggingService::error(const QString& source, const QString& message) {
 }
 
 void LoggingService::add(LogEntry::Level level, const QString& source, const QString& message) {
-    LogEntry entry{.level = level, .source = source, .message = message.left(kMaxMessageCharacters)};
+    LogEntry entry{
+        .level = level, .time = {}, .source = source, .message = message.left(kMaxMessageCharacters)};
     {
         const QMutexLocker lock(&d->mutex);
         entry.time =

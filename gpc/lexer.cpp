@@ -29,8 +29,7 @@ struct OperatorRule {
 constexpr std::array<OperatorRule, 128> kOperators = [] {
     using K = TokenKind;
     std::array<OperatorRule, 128> rules{};
-    rules.fill(
-        {kNone, kNone, kNone, kNone});
+    rules.fill({kNone, kNone, kNone, kNone});
     rules['{'].alone = number(K::LBrace);
     rules['}'].alone = number(K::RBrace);
     rules['('].alone = number(K::LParen);

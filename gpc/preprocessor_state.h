@@ -1,0 +1,110 @@
+// The state of one preprocessing, shared by its rooms: lines and files (preprocessor.cpp), directives and
+// conditions (preprocessor_directives.cpp), includes and imports (preprocessor_includes.cpp). Nobody else
+// includes this.
+
+#pragma once
+
+#include "gpc/preprocessor.h"
+#include "gpc/preprocessor_expansion.h"
+#include "gpc/preprocessor_macros.h"
+#include "gpc/preprocessor_text.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Vantor::gpc {
+
+class Preprocessor {
+public:
+    Preprocessor(std::string_view source, const PreprocessOptions& preprocessOptions,
+                 PreprocessResult& target);
+    bool run(std::string_view source);
+
+private:
+    /// The bytes of an open #if, #ifdef or #ifndef, each a flag.
+    struct Conditional {
+        std::uint8_t parentActive;
+        std::uint8_t branchTaken; ///< some branch of this block has been selected
+        std::uint8_t active;      ///< lines are kept right now
+        std::uint8_t elseSeen;
+    };
+    /// A file that is being processed.
+    struct File {
+        std::string_view text;
+        std::string path; ///< UTF-8; empty for a source without a file
+        int depth;        ///< 0 for the main file
+        PlaceCounter place;
+        OpenState open = kInCode; ///< what the next line begins inside of
+        std::size_t openedAt = 0; ///< where that comment or literal was opened
+    };
+    struct Place {
+        std::uint64_t line;
+        std::uint64_t column;
+        std::string file;
+    };
+    /// A directive line whose name has been read. `rest` is what follows the name, comments included.
+    struct Directive {
+        File& file;
+        std::string_view name;
+        std::string_view rest;
+        Place place;
+    };
+    using Handler = bool (Preprocessor::*)(const Directive&);
+    struct DirectiveRule {
+        std::string_view name;
+        Handler handler;
+        bool inAnyRegion; ///< otherwise ignored where lines are left out
+    };
+    static const DirectiveRule kDirectives[];
+
+    bool fail(const Place& place, std::string message);
+    Place placeIn(const File& file) const;
+    bool isActive() const { return conditionals.empty() || conditionals.back().active != 0; }
+
+    // Lines and files.
+    bool processFile(File& file);
+    bool processRun(File& file);
+    bool processDirectiveLine(File& file, LineKind kind);
+    bool failInOpenComment(const File& file);
+
+    // Directives.
+    bool dispatch(const Directive& directive);
+    bool handleDefine(const Directive& directive);
+    bool handleLegacyDefine(const Directive& directive);
+    bool handleUndef(const Directive& directive);
+    bool handleIfdef(const Directive& directive);
+    bool handleIfndef(const Directive& directive);
+    bool handleIf(const Directive& directive);
+    bool handleElif(const Directive& directive);
+    bool handleElse(const Directive& directive);
+    bool handleEndif(const Directive& directive);
+    bool handlePragma(const Directive& directive);
+    bool openOnName(const Directive& directive, bool wantDefined);
+    void openConditional(bool condition, const Place& place);
+    std::optional<bool> evaluateCondition(std::string_view text);
+    bool answerDefined(std::string_view text, std::string& result);
+
+    // Includes and imports.
+    bool handleInclude(const Directive& directive);
+    bool handleImport(const Directive& directive);
+    bool countFile(const Directive& directive);
+    bool includeFile(const Directive& directive, const std::filesystem::path& path);
+    std::optional<std::filesystem::path> findFile(const File& from, std::string_view name, bool quoted) const;
+
+    const PreprocessOptions& options;
+    PreprocessResult& result;
+    MacroTable macros;
+    MacroExpander expander;
+    std::vector<Conditional> conditionals;
+    std::deque<Place> conditionalPlaces; ///< where each of them was opened
+    int fileCount = 0;                   ///< files included and imported so far
+    std::size_t includedBytes = 0;
+};
+
+} // namespace Vantor::gpc

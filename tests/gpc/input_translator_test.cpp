@@ -91,7 +91,8 @@ TEST(InputTranslator, EveryCutAndEveryFlippedByteIsSurvived) {
         for (int value = 0; value < 256; ++value) {
             Bytes changed = file;
             changed[at] = static_cast<std::uint8_t>(value);
-            EXPECT_EQ(parseInputTranslator(changed, result, error), error.empty());
+            const bool parsed = parseInputTranslator(changed, result, error);
+            EXPECT_EQ(parsed, error.empty()) << at << ' ' << value;
         }
     }
 }

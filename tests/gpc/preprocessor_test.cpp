@@ -70,7 +70,7 @@ TEST(LineMap, PointsAtWhatTheUserWrote) {
     EXPECT_EQ(placeOf(result, "second_"), "5:7");
     EXPECT_EQ(placeOf(result, "behind"), "5:16");
     EXPECT_EQ(placeOf(result, "third"), "9:8");
-    EXPECT_EQ(placeOf(result, "; first_"), "9:13");
+    EXPECT_EQ(placeOf(result, "first_##3"), "9:15");
     EXPECT_EQ(placeOf(result, "last"), "10:1");
     const SourcePlace end = result.lines.locate(result.text, result.text.size());
     EXPECT_EQ(end.line, 10u);
@@ -158,7 +158,6 @@ TEST_F(TemporaryFolder, IncludesAreSearchedBesideTheFileAndThenInOrder) {
     EXPECT_EQ(preprocess("#include \"here.gpc\"\n#include <here.gpc>\n#include \"only.gpc\"", options).text,
               "beside\none\none_only\n");
     EXPECT_EQ(preprocess("#include <deep/chain.gpc>", options).text, "next\none\n");
-    EXPECT_EQ(preprocess("#include <" + main + ">", options).text, "");
     options.sourcePath.clear();
     EXPECT_EQ(preprocess("#include \"here.gpc\"", options).text, "one\n");
 }
@@ -223,7 +222,8 @@ TEST(Preprocessor, ExpansionIsCappedInSizeWorkAndDepth) {
         return text + "1" + std::string(static_cast<std::size_t>(depth), ')');
     };
     EXPECT_EQ(messageOf(nestedCalls(200)), "");
-    EXPECT_EQ(messageOf(nestedCalls(100000)), "macro expansion is nested too deeply");
+    EXPECT_EQ(messageOf(nestedCalls(201)), "macro expansion is nested too deeply");
+    EXPECT_EQ(messageOf(nestedCalls(100000)), "macro expansion is too large");
 
     std::string large = "#define BIG " + std::string(100000, 'x') + "\n";
     for (int i = 0; i < 90; ++i)

@@ -1,0 +1,21 @@
+// One adapter as enumeration found it.
+
+#pragma once
+
+#include <QList>
+#include <QMetaType>
+#include <QString>
+
+namespace Vantor {
+
+struct TitanDevice {
+    QString path;         ///< hidapi's path; what every other part of the program names an adapter by
+    QString name;         ///< for people, numbered in enumeration order
+    QString serialNumber; ///< "Unknown" when the device reports none
+    QString manufacturer; ///< "ConsoleTuner" when the device reports none
+    bool isConnected = false;
+};
+
+} // namespace Vantor
+
+Q_DECLARE_METATYPE(Vantor::TitanDevice)

@@ -1,0 +1,104 @@
+#include "simulator/script_machine_format.h"
+
+#include "simulator/script_machine_arithmetic.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace Vantor::simulator {
+
+namespace {
+
+constexpr std::size_t kWidthDigits = 2;
+
+/// Length of the directive "%...x" that the text begins with, or 0 when it is none that we know.
+std::size_t directiveLength(std::string_view text) {
+    constexpr std::string_view kFlags = "-+ 0#";
+    constexpr std::string_view kDigits = "0123456789";
+    constexpr std::string_view kConversions = "diuxXcsf%";
+    const auto skip = [&](std::size_t at, std::string_view set, std::size_t most) {
+        const std::size_t limit = std::min(text.size(), at + most);
+        while (at < limit && set.find(text[at]) != std::string_view::npos) {
+            ++at;
+        }
+        return at;
+    };
+    std::size_t at = skip(1, kFlags, kFlags.size());
+    at = skip(at, kDigits, kWidthDigits);
+    if (at < text.size() && text[at] == '.') {
+        at = skip(at + 1, kDigits, kWidthDigits);
+    }
+    return at < text.size() && kConversions.find(text[at]) != std::string_view::npos ? at + 1 : 0;
+}
+
+template<typename Value>
+std::string apply(const std::string& directive, Value value) {
+    std::array<char, 512> text{};
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    // Safe: the directive is one of ours, its conversion fits the value, and widths have two digits.
+    const int length = std::snprintf(text.data(), text.size(), directive.c_str(), value);
+#pragma GCC diagnostic pop
+    return length < 0 ? std::string()
+                      : std::string(text.data(),
+                                    std::min<std::size_t>(text.size() - 1, static_cast<std::size_t>(length)));
+}
+
+std::string convert(ScriptMemory& memory, const std::string& directive, std::uint32_t argument) {
+    switch (directive.back()) {
+    case 'd':
+    case 'i':
+        return apply(directive, static_cast<std::int32_t>(argument));
+    case 'f':
+        return apply(directive, arithmetic::doubleFromFixed(argument));
+    case 's':
+        // Only a padded or cut text goes through the limited buffer.
+        return directive.size() == 2 ? readText(memory, argument)
+                                     : apply(directive, readText(memory, argument).c_str());
+    case 'c':
+        return apply(directive, static_cast<int>(static_cast<unsigned char>(argument)));
+    default:
+        return apply(directive, argument);
+    }
+}
+
+} // namespace
+
+std::string readText(ScriptMemory& memory, std::uint32_t address) {
+    const auto bytes = memory.bytes();
+    const std::uint32_t start = std::min<std::uint32_t>(address, kScriptMemoryBytes);
+    const auto end = std::find(bytes.begin() + start, bytes.end(), std::uint8_t{0});
+    if (end == bytes.end()) {
+        memory.fail("a text without an end");
+        return {};
+    }
+    return {bytes.begin() + start, end};
+}
+
+std::string formatText(ScriptMemory& memory, std::string_view format,
+                       std::span<const std::uint32_t> arguments) {
+    std::string result;
+    std::size_t used = 0;
+    while (!format.empty()) {
+        const std::size_t length = format[0] == '%' ? directiveLength(format) : 0;
+        if (length == 0) {
+            const std::size_t plain = std::min(format.find('%', 1), format.size());
+            result += format.substr(0, plain);
+            format.remove_prefix(plain);
+            continue;
+        }
+        const std::string directive(format.substr(0, length));
+        if (directive.back() == '%') {
+            result += '%';
+        } else if (used < arguments.size()) {
+            result += convert(memory, directive, arguments[used++]);
+        } else {
+            result += directive;
+        }
+        format.remove_prefix(length);
+    }
+    return result;
+}
+
+} // namespace Vantor::simulator

@@ -1,3 +1,6 @@
+// The ring and its lock. Formatting and writing happen under the lock too, so that lines and entries keep one
+// order; no real-time loop logs.
+
 #include "host/logging_service.h"
 
 #include <QMutex>
@@ -5,6 +8,8 @@
 
 #include <array>
 #include <cstdio>
+
+using namespace Qt::StringLiterals;
 
 namespace Vantor {
 
@@ -15,7 +20,7 @@ constexpr std::array kLevelNames{"info", "warning", "error"};
 QByteArray stderrLine(const LogEntry& entry) {
     const QString time = entry.time.toString(u"yyyy-MM-dd hh:mm:ss.zzz");
     const QString level = QString::fromLatin1(kLevelNames[static_cast<std::size_t>(entry.level)]);
-    return u"%1 [%2] %3: %4\n"_qs.arg(time, level, entry.source, entry.message).toLocal8Bit();
+    return u"%1 [%2] %3: %4\n"_s.arg(time, level, entry.source, entry.message).toLocal8Bit();
 }
 
 } // namespace

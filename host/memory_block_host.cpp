@@ -6,11 +6,11 @@
 #include "platform/event.h"
 #include "platform/shared_memory.h"
 
-#include <QRegularExpression>
-
+#include <algorithm>
 #include <array>
-#include <cstring>
 #include <vector>
+
+using namespace Qt::StringLiterals;
 
 namespace Vantor {
 
@@ -42,12 +42,6 @@ platform::ProcessIdentity ownerOf(const std::byte* block) noexcept {
             .startTime = blockLoad<std::uint64_t>(block, kOwnerStartOffset, std::memory_order_relaxed)};
 }
 
-bool isOwnedByUs(const std::byte* block) noexcept {
-    const platform::ProcessIdentity owner = ownerOf(block);
-    const platform::ProcessIdentity self = platform::currentProcess();
-    return owner.id == self.id && owner.startTime == self.startTime;
-}
-
 bool isFinished(const std::byte* block) noexcept {
     return blockLoad<std::uint32_t>(block, BlockLayout::kMagicOffset, std::memory_order_acquire) ==
            BlockLayout::kBlockMagic;
@@ -69,7 +63,7 @@ void initialise(std::byte* block, const MemoryBlockInfo& info) {
 } // namespace
 
 QList<MemoryBlockInfo> standardBlocks(const QString& instance) {
-    const QString prefix = instance.isEmpty() ? u"vantor."_qs : u"vantor.%1."_qs.arg(instance);
+    const QString prefix = instance.isEmpty() ? u"vantor."_s : u"vantor.%1."_s.arg(instance);
     QList<MemoryBlockInfo> blocks;
     for (const StandardBlock& block : kStandardBlocks) {
         const QString name = QString::fromLatin1(block.name);
@@ -130,7 +124,7 @@ bool MemoryBlockHost::Private::createObject(const MemoryBlockInfo& info, Block& 
         if (finished && platform::isRunning(ownerOf(found)))
             return fail(
                 u"Another Vantor host (process %1) holds the block \"%2\". Close it, or start this one with "
-                "another instance name."_qs.arg(ownerOf(found).id)
+                "another instance name."_s.arg(ownerOf(found).id)
                     .arg(info.name));
         const bool fits = found != nullptr && block.memory.size() >= bytes;
         if (finished && fits &&
@@ -150,8 +144,8 @@ bool MemoryBlockHost::Private::createObject(const MemoryBlockInfo& info, Block& 
     }
     if (status == Status::exists || status == Status::tooSmall)
         return fail(
-            u"A program still holds the block \"%1\" of an earlier host. Close it first."_qs.arg(info.name));
-    return fail(u"The block \"%1\" cannot be made: %2."_qs.arg(
+            u"A program still holds the block \"%1\" of an earlier host. Close it first."_s.arg(info.name));
+    return fail(u"The block \"%1\" cannot be made: %2."_s.arg(
         info.name, QString::fromStdString(block.memory.systemError())));
 }
 
@@ -159,17 +153,17 @@ bool MemoryBlockHost::Private::createOne(const MemoryBlockInfo& info) {
     Block block;
     block.segment = info.segmentName.toStdString();
     if (info.dataBytes == 0 || info.dataBytes > kMaxDataBytes)
-        return fail(u"The block \"%1\" cannot have %2 data bytes."_qs.arg(info.name).arg(info.dataBytes));
+        return fail(u"The block \"%1\" cannot have %2 data bytes."_s.arg(info.name).arg(info.dataBytes));
     const platform::NameGuard guard(block.segment);
     if (!guard.isHeld())
         return fail(
-            u"Another Vantor host is making or removing the block \"%1\" right now."_qs.arg(info.name));
+            u"Another Vantor host is making or removing the block \"%1\" right now."_s.arg(info.name));
     if (!createObject(info, block))
         return false;
     block.event = platform::Event::shared(block.segment + ".event",
                                           block.memory.data() + BlockLayout::kEventWordOffset);
     if (!block.event.valid())
-        return fail(u"The event of the block \"%1\" cannot be made."_qs.arg(info.name));
+        return fail(u"The event of the block \"%1\" cannot be made."_s.arg(info.name));
     block.event.reset();
     initialise(block.memory.data(), info);
     made.push_back(std::move(block));
@@ -178,12 +172,11 @@ bool MemoryBlockHost::Private::createOne(const MemoryBlockInfo& info) {
 
 void MemoryBlockHost::Private::removeAll() noexcept {
     for (Block& block : made) {
-        std::byte* data = block.memory.data();
-        // Taken over by nobody while we live, so what we made is still what the name means.
-        if (isOwnedByUs(data)) {
-            blockStore<std::uint32_t>(data, BlockLayout::kMagicOffset, 0, std::memory_order_release);
-            platform::SharedMemory::unlink(block.segment);
-        }
+        // First the name and then the mark: a host that starts meanwhile sees a block of a running host, or
+        // none.
+        platform::SharedMemory::unlink(block.segment);
+        blockStore<std::uint32_t>(block.memory.data(), BlockLayout::kMagicOffset, 0,
+                                  std::memory_order_release);
     }
     made.clear();
     infos.clear();

@@ -1,3 +1,5 @@
+// The state that run controls and a plug-in agree on.
+
 #include "host/plugin_run_controller.h"
 
 namespace Vantor {

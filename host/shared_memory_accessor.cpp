@@ -9,6 +9,8 @@
 #include <array>
 #include <atomic>
 
+using namespace Qt::StringLiterals;
+
 namespace Vantor {
 
 namespace {
@@ -47,7 +49,7 @@ platform::ProcessIdentity writerOf(const std::byte* block) noexcept {
 struct SharedMemoryAccessor::Private {
     explicit Private(MemoryBlockInfo block) : info(std::move(block)) {}
 
-    QString quotedName() const { return u"\"%1\""_qs.arg(info.name); }
+    QString quotedName() const { return u"\"%1\""_s.arg(info.name); }
     bool isWriter() const noexcept;
     bool claim();
     void release() noexcept;
@@ -73,13 +75,13 @@ bool SharedMemoryAccessor::Private::isWriter() const noexcept {
 bool SharedMemoryAccessor::Private::claim() {
     const platform::NameGuard guard(info.segmentName.toStdString() + ".writer");
     if (!guard.isHeld()) {
-        error = u"Another program is attaching to the block %1 as its writer right now."_qs.arg(quotedName());
+        error = u"Another program is attaching to the block %1 as its writer right now."_s.arg(quotedName());
         return false;
     }
     std::byte* block = memory.data();
     const platform::ProcessIdentity writer = writerOf(block);
     if (platform::isRunning(writer)) {
-        error = u"Another writer (process %1) holds the block %2. Only one can publish at a time."_qs
+        error = u"Another writer (process %1) holds the block %2. Only one can publish at a time."_s
                     .arg(writer.id)
                     .arg(quotedName());
         return false;
@@ -116,16 +118,16 @@ bool SharedMemoryAccessor::connect() {
         break;
     case Status::missing:
         d->blockMissing = true;
-        d->error = u"The block %1 does not exist. Start the host first."_qs.arg(d->quotedName());
+        d->error = u"The block %1 does not exist. Start the host first."_s.arg(d->quotedName());
         return false;
     case Status::tooSmall:
-        d->error = u"The block %1 is smaller than its %2 data bytes: %3."_qs.arg(d->quotedName())
+        d->error = u"The block %1 is smaller than its %2 data bytes: %3."_s.arg(d->quotedName())
                        .arg(d->info.dataBytes)
                        .arg(QString::fromStdString(d->memory.systemError()));
         return false;
     case Status::exists:
     case Status::refused:
-        d->error = u"The block %1 cannot be opened: %2."_qs.arg(
+        d->error = u"The block %1 cannot be opened: %2."_s.arg(
             d->quotedName(), QString::fromStdString(d->memory.systemError()));
         return false;
     }
@@ -133,16 +135,16 @@ bool SharedMemoryAccessor::connect() {
     using namespace BlockLayout;
     const std::byte* block = d->memory.data();
     if (blockLoad<std::uint32_t>(block, kMagicOffset, std::memory_order_acquire) != kBlockMagic) {
-        d->error = u"No host has finished making the block %1, or it has ended."_qs.arg(d->quotedName());
+        d->error = u"No host has finished making the block %1, or it has ended."_s.arg(d->quotedName());
     } else if (blockLoad<std::uint32_t>(block, kDataBytesOffset, std::memory_order_relaxed) <
                d->info.dataBytes) {
-        d->error = u"The host made the block %1 smaller than the %2 data bytes that are expected."_qs
+        d->error = u"The host made the block %1 smaller than the %2 data bytes that are expected."_s
                        .arg(d->quotedName())
                        .arg(d->info.dataBytes);
     } else {
         d->event = platform::Event::shared(segment + ".event", d->memory.data() + kEventWordOffset);
         if (!d->event.valid())
-            d->error = u"The event of the block %1 cannot be opened."_qs.arg(d->quotedName());
+            d->error = u"The event of the block %1 cannot be opened."_s.arg(d->quotedName());
     }
     if (!d->error.isEmpty())
         d->memory.close();
@@ -197,11 +199,11 @@ bool SharedMemoryAccessor::writeData(const void* data, std::size_t size) {
 
 bool SharedMemoryAccessor::writeData(const void* data, std::size_t size, std::int64_t timestampNs) {
     if (!isConnected()) {
-        d->error = u"The block %1 is not connected."_qs.arg(d->quotedName());
+        d->error = u"The block %1 is not connected."_s.arg(d->quotedName());
         return false;
     }
     if (data == nullptr || size == 0 || size > d->info.dataBytes) {
-        d->error = u"A record of the block %1 has 1 to %2 bytes, not %3."_qs.arg(d->quotedName())
+        d->error = u"A record of the block %1 has 1 to %2 bytes, not %3."_s.arg(d->quotedName())
                        .arg(d->info.dataBytes)
                        .arg(size);
         return false;

@@ -65,8 +65,10 @@ struct WaitResult {
 
 /// Waits until one of `events` is set, or until `timeoutMs` milliseconds have passed (0: only looks).
 /// Fails with an empty list, a null handle, more than kMaxWaitEvents, or a system error; never throws.
-/// A null handle in the list fails at once on every system, so that a mistake never becomes a wait without
-/// end.
+/// What counts is whether an event is set when the waiter looks: one that is set and at once reset again may
+/// go unnoticed by a waiter that was asleep. So it is the waiter that resets, before it looks at what the
+/// event announced. A null handle in the list fails at once on every system, so that a mistake never becomes
+/// a wait without end.
 WaitResult waitAny(std::span<const EventHandle> events, std::uint32_t timeoutMs) noexcept;
 
 } // namespace Vantor::platform

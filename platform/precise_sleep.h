@@ -10,7 +10,7 @@ namespace Vantor::platform {
 class PreciseSleep {
 public:
     PreciseSleep() noexcept;
-    ~PreciseSleep();
+    ~PreciseSleep(); // NOLINT(performance-trivially-destructible): not on every system
     PreciseSleep(const PreciseSleep&) = delete;
     PreciseSleep& operator=(const PreciseSleep&) = delete;
 

@@ -17,9 +17,10 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
-#include <optional>
+#include <limits>
 #include <string>
 
 namespace {
@@ -31,6 +32,8 @@ constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
 
 constexpr double kNsPerSecond = 1e9;
+/// Longer than any machine runs, and short enough to be counted in nanoseconds.
+constexpr double kMaxSeconds = 1e9;
 constexpr std::int64_t kNsPerMs = 1'000'000;
 /// How often the feed looks whether its host still runs.
 constexpr std::int64_t kHostCheckNs = 250 * kNsPerMs;
@@ -90,14 +93,13 @@ private:
     platform::PreciseSleep sleep;
     std::array<std::uint8_t, simulator::kMaxTestFrameBytes> frame{};
     std::int64_t startNs = 0;
+    std::int64_t endNs = std::numeric_limits<std::int64_t>::max();
     std::int64_t hostCheckedNs = 0;
     Summary summary;
 };
 
 bool Feed::isDone(std::int64_t nowNs) const {
-    const double elapsed = static_cast<double>(nowNs - startNs) / kNsPerSecond;
-    return stop.isSet() || (options.frames > 0 && summary.published >= options.frames) ||
-           (options.durationSeconds > 0 && elapsed >= options.durationSeconds);
+    return stop.isSet() || (options.frames > 0 && summary.published >= options.frames) || nowNs >= endNs;
 }
 
 bool Feed::checkHost(std::int64_t nowNs) {
@@ -116,11 +118,12 @@ bool Feed::waitUntil(std::int64_t deadlineNs) {
         const std::int64_t nowNs = platform::monotonicNowNs();
         if (isDone(nowNs) || !checkHost(nowNs))
             return false;
-        const std::int64_t remainingNs = deadlineNs - nowNs;
-        if (remainingNs <= 0)
+        if (nowNs >= deadlineNs)
             return true;
+        const std::int64_t wakeNs = std::min(deadlineNs, endNs);
+        const std::int64_t remainingNs = wakeNs - nowNs;
         if (remainingNs < kInterruptibleWaitNs) {
-            sleep.until(deadlineNs);
+            sleep.until(wakeNs);
             continue;
         }
         const std::int64_t waitNs = std::min(remainingNs - kInterruptibleWaitNs / 2, kHostCheckNs);
@@ -151,6 +154,8 @@ bool Feed::publish() {
 
 Summary Feed::run() {
     startNs = platform::monotonicNowNs();
+    if (options.durationSeconds > 0)
+        endNs = startNs + std::llround(std::min(options.durationSeconds, kMaxSeconds) * kNsPerSecond);
     FrameSchedule schedule(options.hz, startNs);
     while (waitUntil(schedule.deadlineNs()) && publish())
         schedule.advance(summary.lastNs);

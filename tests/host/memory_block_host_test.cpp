@@ -5,6 +5,8 @@
 
 #include <array>
 
+using namespace Qt::StringLiterals;
+
 namespace Vantor {
 namespace {
 
@@ -13,7 +15,7 @@ using testing::HasSubstr;
 TEST(Instances, NamesAndSizesOfTheBlocksAreFixed) {
     QString text;
     for (const MemoryBlockInfo& block : standardBlocks("lab-2"))
-        text += u"%1 %2 %3\n"_qs.arg(block.name, block.segmentName).arg(block.dataBytes);
+        text += u"%1 %2 %3\n"_s.arg(block.name, block.segmentName).arg(block.dataBytes);
     EXPECT_EQ(text.toStdString(), "ControllerInput vantor.lab-2.ControllerInput 256\n"
                                   "ControllerOutput vantor.lab-2.ControllerOutput 256\n"
                                   "ControllerReport vantor.lab-2.ControllerReport 256\n"

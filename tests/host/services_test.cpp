@@ -8,6 +8,8 @@
 #include <thread>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace Vantor {
 namespace {
 
@@ -51,7 +53,7 @@ TEST_F(LoggingServiceTest, EveryEntryIsAnnouncedOnceWithItsLevel) {
     const QObject context;
     QObject::connect(&log, &LoggingService::entryAdded, &context, [&](const LogEntry& entry) {
         // A receiver may look at the log: nothing is locked any more.
-        seen += u"%1%2 "_qs.arg(entry.message).arg(log.entries().size());
+        seen += u"%1%2 "_s.arg(entry.message).arg(log.entries().size());
     });
     log.info("a", "i");
     log.warning("a", "w");
@@ -92,7 +94,7 @@ TEST_F(SettingsManagerTest, AValueIsOnDiskAtOnceAndThereNextTime) {
         EXPECT_THAT(fileContent().toStdString(), HasSubstr("[ferry_link]\nselected_device_serial="));
     }
     const SettingsManager settings(path);
-    EXPECT_EQ(settings.getPluginValue("ferry_link", "selected_device_serial"), u"A1B2, \"ä\""_qs);
+    EXPECT_EQ(settings.getPluginValue("ferry_link", "selected_device_serial"), u"A1B2, \"ä\""_s);
 }
 
 TEST_F(SettingsManagerTest, APlaceThatCannotBeWrittenIsReportedAndTheValueKept) {

@@ -11,6 +11,8 @@
 #include <string>
 #include <thread>
 
+using namespace Qt::StringLiterals;
+
 namespace Vantor {
 namespace {
 
@@ -45,7 +47,7 @@ TEST_F(AccessorTest, ARecordArrivesWithItsHeaderAndItsEvent) {
     EXPECT_FALSE(reader.hasNewData(0));
     EXPECT_FALSE(reader.readData(copy.data(), copy.size(), sequence));
 
-    writer.setWriterName(u"Łódź feed"_qs);
+    writer.setWriterName(u"Łódź feed"_s);
     ASSERT_TRUE(writer.writeData(record.data(), 61, 12345)) << error();
     EXPECT_EQ(platform::waitAny({&event, 1}, 0).kind, platform::WaitResult::Kind::signalled);
     reader.resetEvent();
@@ -125,7 +127,7 @@ TEST_F(AccessorTest, AForeignHeaderNeverLeadsBeyondTheData) {
 }
 
 TEST_F(AccessorTest, ALongWriterNameIsCutBetweenCharacters) {
-    writer.setWriterName(QString(62, u'a') + u"äb"_qs);
+    writer.setWriterName(QString(62, u'a') + u"äb"_s);
     ASSERT_TRUE(writer.writeData(record.data(), 1));
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(reader.getHeaderPointer() + 256)),
               std::string(62, 'a'));

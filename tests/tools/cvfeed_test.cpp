@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <array>
 #include <memory>
 
@@ -44,6 +45,30 @@ TEST(FrameSchedule, WithoutARateEveryFrameIsDueAtOnce) {
     schedule.advance(1'000'000);
     EXPECT_EQ(schedule.deadlineNs(), 50);
     EXPECT_EQ(schedule.skipped(), 0U);
+}
+
+TEST(TestFrame, EveryChangedBitIsNoticed) {
+    for (const std::size_t bytes : {std::size_t{20}, std::size_t{61}, std::size_t{255}, std::size_t{256}}) {
+        std::array<std::uint8_t, 256> storage{};
+        const std::span frame = std::span(storage).first(bytes);
+        ASSERT_TRUE(simulator::fillTestFrame(frame, 0x0102030405060708, 77));
+        EXPECT_EQ(frame[4], 8); // little-endian
+        const std::span arrived = frame.first(std::min<std::size_t>(bytes, 255));
+        const auto info = simulator::checkTestFrame(arrived);
+        ASSERT_TRUE(info.has_value()) << bytes;
+        EXPECT_EQ(info->sequence, 0x0102030405060708U);
+        EXPECT_EQ(info->stampNs, 77U);
+        for (std::size_t bit = 0; bit < arrived.size() * 8; ++bit) {
+            const auto mask = static_cast<std::uint8_t>(1U << bit % 8);
+            arrived[bit / 8] ^= mask;
+            EXPECT_FALSE(simulator::checkTestFrame(arrived).has_value()) << bytes << " bytes, bit " << bit;
+            arrived[bit / 8] ^= mask;
+        }
+        EXPECT_FALSE(simulator::checkTestFrame(arrived.first(arrived.size() - 1)).has_value());
+    }
+    std::array<std::uint8_t, 300> wrong{};
+    for (const std::size_t bytes : {std::size_t{0}, std::size_t{19}, std::size_t{257}})
+        EXPECT_FALSE(simulator::fillTestFrame(std::span(wrong).first(bytes), 1, 1)) << bytes;
 }
 
 struct Outcome {
@@ -138,6 +163,14 @@ TEST_F(CvfeedTest, EndsWithItsHostEvenBetweenTwoFrames) {
     EXPECT_EQ(outcome.errors, "The host that made the block \"CVData\" has ended.\n");
     EXPECT_EQ(report()["published"], 1);
     EXPECT_TRUE(report()["hz"].is_null()) << "one frame has no rate";
+}
+
+TEST_F(CvfeedTest, TheDurationIsKeptEvenBetweenTwoFrames) {
+    startHost();
+    EXPECT_EQ(run({"--hz", "0.001", "--duration", "0.05", "--report", reportPath}).exitCode, 0);
+    EXPECT_EQ(report()["published"], 1);
+    EXPECT_GE(report()["seconds"], 0.05);
+    EXPECT_LT(report()["seconds"], 100);
 }
 
 TEST_F(CvfeedTest, ASecondFeedIsRefused) {

@@ -30,9 +30,9 @@ protected:
 TEST_F(LoggingServiceTest, TheRingKeepsTheLastEntriesOfAllThreads) {
     constexpr int kThreads = 4;
     constexpr int kEach = 600;
-    std::vector<std::jthread> threads;
+    std::vector<std::jthread> threads(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
-        threads.emplace_back([this, thread] {
+        threads[static_cast<std::size_t>(thread)] = std::jthread([this, thread] {
             for (int number = 0; number < kEach; ++number)
                 log.info(QString::number(thread), QString::number(number));
         });

@@ -86,9 +86,9 @@ TEST(EventThreads, OneSetWakesEveryWaiter) {
     Event event;
     const Event idle;
     std::atomic<int> woken{0};
-    std::vector<std::jthread> waiters;
-    for (int thread = 0; thread < 6; ++thread) {
-        waiters.emplace_back([&] {
+    std::vector<std::jthread> waiters(6);
+    for (std::jthread& waiter : waiters) {
+        waiter = std::jthread([&] {
             if (waitFor({idle.handle(), event.handle()}, test::kLostMs).index == 1)
                 ++woken;
         });
@@ -124,9 +124,9 @@ TEST(EventThreads, WhatWasWrittenBeforeASetIsSeenAfterTheReset) {
     constexpr int kPerThread = 100'000;
     Event event;
     std::atomic<int> written{0};
-    std::vector<std::jthread> setters;
-    for (int thread = 0; thread < 2; ++thread) {
-        setters.emplace_back([&] {
+    std::array<std::jthread, 2> setters;
+    for (std::jthread& setter : setters) {
+        setter = std::jthread([&] {
             for (int count = 0; count < kPerThread; ++count) {
                 written.fetch_add(1, std::memory_order_relaxed);
                 event.set();

@@ -40,7 +40,7 @@ QList<TitanDevice> TitanDeviceManager::enumerateDevices() {
             continue;
         found.append({.path = QString::fromLocal8Bit(entry->path), // empty for null
                       .name = QStringLiteral("Titan Two Device %1").arg(found.size() + 1),
-                      .serialNumber = textOr(entry->serial_number, QStringLiteral("Unknown")),
+                      .serialNumber = textOr(entry->serial_number, QString::fromLatin1(kUnknownSerialNumber)),
                       .manufacturer = textOr(entry->manufacturer_string, QStringLiteral("ConsoleTuner")),
                       .isConnected = false});
     }

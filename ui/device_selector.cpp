@@ -1,0 +1,90 @@
+#include "ui/device_selector.h"
+
+#include "host/run_status_card.h"
+
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QStyle>
+
+namespace Vantor {
+
+namespace {
+
+constexpr int kPathRole = Qt::UserRole;
+constexpr int kSerialRole = Qt::UserRole + 1;
+
+} // namespace
+
+DeviceSelector::DeviceSelector(QWidget* parent)
+    : QWidget(parent), list(new QComboBox(this)), refresh(new ThemedToolButton(this)) {
+    list->setObjectName(QStringLiteral("deviceList"));
+    list->setAccessibleName(tr("Device"));
+    // A long name must not dictate the dock's width.
+    list->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    list->setMinimumContentsLength(8);
+    list->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+
+    refresh->setObjectName(QStringLiteral("refreshButton"));
+    refresh->setIcon(style()->standardIcon(QStyle::SP_BrowserReload));
+    refresh->setToolButtonStyle(Qt::ToolButtonIconOnly);
+    refresh->setAccessibleName(tr("Refresh device list"));
+    refresh->setToolTip(tr("Look for Titan Two devices again"));
+
+    auto* row = new QHBoxLayout(this);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->addWidget(list, 1);
+    row->addWidget(refresh);
+    setFocusProxy(list);
+
+    // activated() comes from the user alone; the list's own changes while it is filled stay silent.
+    connect(list, &QComboBox::activated, this, [this] {
+        if (!selectedPath().isEmpty())
+            emit selectionChanged();
+    });
+    connect(refresh, &QToolButton::clicked, this, &DeviceSelector::refreshRequested);
+    setDevices({}, {});
+}
+
+void DeviceSelector::setDevices(const QList<TitanDevice>& devices, const QString& rememberedSerial) {
+    const QString path = selectedPath();
+    const QString serial = list->currentData(kSerialRole).toString();
+    list->clear();
+    for (const TitanDevice& device : devices) {
+        list->addItem(tr("%1 (%2)").arg(device.name, device.serialNumber), device.path);
+        const int index = list->count() - 1;
+        list->setItemData(index, device.serialNumber, kSerialRole);
+        list->setItemData(
+            index, tr("%1, serial number %2\n%3").arg(device.manufacturer, device.serialNumber, device.path),
+            Qt::ToolTipRole);
+    }
+    if (devices.isEmpty())
+        list->addItem(tr("No Titan Two devices found"));
+    list->setEnabled(!devices.isEmpty());
+    list->setToolTip(devices.isEmpty() ? tr("Connect a Titan Two to a USB port, then refresh this list")
+                                       : tr("The Titan Two that the bridge connects to"));
+    list->setCurrentIndex(indexFor(path, serial, rememberedSerial));
+}
+
+int DeviceSelector::indexFor(const QString& path, const QString& serial,
+                             const QString& rememberedSerial) const {
+    const auto find = [this](const QString& value, int role) {
+        return value.isEmpty() ? -1 : list->findData(value, role, Qt::MatchExactly | Qt::MatchCaseSensitive);
+    };
+    for (const int index :
+         {find(path, kPathRole), find(serial, kSerialRole), find(rememberedSerial, kSerialRole)})
+        if (index >= 0)
+            return index;
+    return 0;
+}
+
+void DeviceSelector::selectPath(const QString& path) {
+    const int index = list->findData(path, kPathRole, Qt::MatchExactly | Qt::MatchCaseSensitive);
+    if (index >= 0)
+        list->setCurrentIndex(index);
+}
+
+QString DeviceSelector::selectedPath() const {
+    return list->currentData(kPathRole).toString();
+}
+
+} // namespace Vantor

@@ -18,12 +18,12 @@ std::optional<ControllerStateType> FragmentStore::accept(const std::uint8_t* rep
 
     Area& area = areas[type == ControllerStateType::input ? 0 : 1];
     const auto bytes = static_cast<std::size_t>(length);
-    std::memcpy(area.slots.data() + part * kInputReportBytes, report, bytes);
+    std::memcpy(area.received.data() + part * kInputReportBytes, report, bytes);
     area.lengths[part] = bytes;
     area.arrived = static_cast<std::uint8_t>(area.arrived | 1U << part);
     if (area.arrived != kAllArrived)
         return std::nullopt;
-    staging = area.slots;
+    staging = area.received;
     stagingLengths = area.lengths;
     area.arrived = 0;
     return type;

@@ -38,7 +38,7 @@ public:
 
 private:
     struct Area {
-        StagedState slots{};
+        StagedState received{};
         PartLengths lengths{};
         std::uint8_t arrived = 0; ///< bit k: part k is there
     };

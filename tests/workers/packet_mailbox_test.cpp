@@ -1,0 +1,132 @@
+#include "workers/packet_mailbox.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <future>
+#include <thread>
+#include <vector>
+
+namespace Vantor {
+namespace {
+
+const std::vector<std::uint8_t> kPacket{0xA0, 0x01, 0x02};
+
+/// A worker's half of the mailbox, played by the test's own thread.
+class MailboxTest : public testing::Test {
+protected:
+    std::future<bool> submitElsewhere() {
+        return std::async(std::launch::async, [this] { return mailbox.submit(kPacket); });
+    }
+    void awaitRequest() const {
+        const std::array<platform::EventHandle, 1> request{mailbox.requestHandle()};
+        ASSERT_EQ(platform::waitAny(request, 10'000).kind, platform::WaitResult::Kind::signalled);
+    }
+
+    PacketMailbox mailbox;
+};
+
+TEST_F(MailboxTest, RefusesAtOnceWhatItCannotTake) {
+    EXPECT_FALSE(mailbox.submit(kPacket)) << "not ready";
+    mailbox.setReady(true);
+    EXPECT_FALSE(mailbox.submit({})) << "empty";
+    EXPECT_FALSE(mailbox.submit(std::vector<std::uint8_t>(65))) << "too long";
+    bool isServed = false;
+    mailbox.serve([&](const OutputReport&) { return isServed = true; });
+    EXPECT_FALSE(isServed) << "a refused packet must not reach the worker";
+}
+
+TEST_F(MailboxTest, AnswersWhetherTheWriteSucceeded) {
+    mailbox.setReady(true);
+    // A long packet first: none of its bytes may show behind the shorter one.
+    for (const std::size_t size : {64U, 3U}) {
+        for (const bool isWritten : {true, false}) {
+            const std::vector<std::uint8_t> packet(size, 0x5A);
+            auto answer = std::async(std::launch::async, [&] { return mailbox.submit(packet); });
+            awaitRequest();
+            OutputReport expected{};
+            std::copy(packet.begin(), packet.end(), expected.begin() + 1);
+            mailbox.serve([&](const OutputReport& report) {
+                EXPECT_EQ(report, expected);
+                return isWritten;
+            });
+            EXPECT_EQ(answer.get(), isWritten);
+        }
+    }
+}
+
+TEST_F(MailboxTest, TakesOneSubmissionAtATime) {
+    mailbox.setReady(true);
+    auto first = submitElsewhere();
+    awaitRequest();
+    EXPECT_FALSE(mailbox.submit(kPacket)) << "submitted";
+    mailbox.serve([&](const OutputReport&) {
+        EXPECT_FALSE(mailbox.submit(kPacket)) << "being written";
+        return true;
+    });
+    EXPECT_TRUE(first.get());
+}
+
+TEST_F(MailboxTest, ClosingRefusesTheSubmissionThatWaits) {
+    mailbox.setReady(true);
+    auto waiting = submitElsewhere();
+    awaitRequest();
+    mailbox.close();
+    EXPECT_FALSE(waiting.get());
+    mailbox.reset();
+    mailbox.setReady(true);
+    auto next = submitElsewhere();
+    awaitRequest();
+    mailbox.serve([](const OutputReport&) { return true; });
+    EXPECT_TRUE(next.get()) << "the slot is free again";
+}
+
+TEST_F(MailboxTest, ResetLeavesASubmissionInFlightToItsSubmitter) {
+    mailbox.setReady(true);
+    auto waiting = submitElsewhere();
+    awaitRequest();
+    mailbox.reset(); // must not take the events from under it
+    mailbox.close();
+    EXPECT_FALSE(waiting.get());
+    mailbox.reset();
+    const std::array<platform::EventHandle, 1> request{mailbox.requestHandle()};
+    EXPECT_EQ(platform::waitAny(request, 0).kind, platform::WaitResult::Kind::timeout);
+}
+
+// Runs begin and end under several submitters. That it ends shows that none is left waiting; the counts show
+// that true was said exactly of what was written.
+TEST_F(MailboxTest, NoSubmitterIsLeftBehindWhenRunsEnd) {
+    constexpr int kRuns = 2000;
+    constexpr int kSubmitters = 3;
+    std::atomic<bool> isOver{false};
+    std::atomic<int> confirmed{0};
+    std::vector<std::thread> submitters;
+    for (int i = 0; i < kSubmitters; ++i) {
+        submitters.emplace_back([&] {
+            while (!isOver.load()) {
+                if (mailbox.submit(kPacket))
+                    confirmed.fetch_add(1);
+            }
+        });
+    }
+    int written = 0;
+    const std::array<platform::EventHandle, 1> request{mailbox.requestHandle()};
+    for (int run = 0; run < kRuns; ++run) {
+        mailbox.reset();
+        mailbox.setReady(true);
+        for (int wake = 0; wake <= run % 3; ++wake) {
+            if (platform::waitAny(request, 1).kind == platform::WaitResult::Kind::signalled)
+                mailbox.serve([&](const OutputReport&) { return ++written > 0; });
+        }
+        mailbox.close();
+    }
+    isOver.store(true);
+    for (std::thread& submitter : submitters)
+        submitter.join();
+    EXPECT_EQ(confirmed.load(), written);
+    EXPECT_GT(written, kRuns / 10);
+}
+
+} // namespace
+} // namespace Vantor

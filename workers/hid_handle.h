@@ -1,0 +1,25 @@
+// A hidapi handle that closes itself, and writing an output report to it.
+// A handle belongs to one thread at a time: the one that does its input and output, which also closes it.
+
+#pragma once
+
+#include "device/report.h"
+
+#include <hidapi/hidapi.h>
+
+#include <memory>
+
+namespace Vantor {
+
+struct HidCloser {
+    void operator()(hid_device* device) const noexcept { hid_close(device); }
+};
+
+using HidHandle = std::unique_ptr<hid_device, HidCloser>;
+
+/// Writes one 65-byte report. False when no device is open or the write failed.
+inline bool writeReport(const HidHandle& device, const OutputReport& report) noexcept {
+    return device != nullptr && hid_write(device.get(), report.data(), report.size()) >= 0;
+}
+
+} // namespace Vantor

@@ -18,13 +18,17 @@ std::optional<ControllerStateType> FragmentStore::accept(const std::uint8_t* rep
 
     Area& area = areas[type == ControllerStateType::input ? 0 : 1];
     const auto bytes = static_cast<std::size_t>(length);
-    std::memcpy(area.received.data() + part * kInputReportBytes, report, bytes);
+    std::uint8_t* place = area.received.data() + part * kInputReportBytes;
+    if (bytes == kPacketBytes)
+        std::memcpy(place, report,
+                    kPacketBytes); // what adapters send; of known length, it is a few instructions
+    else
+        std::memcpy(place, report, bytes);
     area.lengths[part] = bytes;
     area.arrived = static_cast<std::uint8_t>(area.arrived | 1U << part);
     if (area.arrived != kAllArrived)
         return std::nullopt;
-    staging = area.received;
-    stagingLengths = area.lengths;
+    staging = &area;
     area.arrived = 0;
     return type;
 }

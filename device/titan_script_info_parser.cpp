@@ -1,5 +1,7 @@
 #include "device/titan_script_info_parser.h"
 
+#include "device/fragment_store.h"
+
 #include <algorithm>
 #include <chrono>
 #include <string_view>
@@ -32,6 +34,12 @@ bool beginsWith(const std::uint8_t* report, int length, std::initializer_list<st
     return length >= minimum && std::equal(head.begin(), head.end(), report);
 }
 
+/// No status report begins like the parts of a controller state do.
+bool isControllerState(std::uint8_t firstByte) {
+    return firstByte == static_cast<std::uint8_t>(ControllerStateType::input) ||
+           firstByte == static_cast<std::uint8_t>(ControllerStateType::report);
+}
+
 bool isListingPart(const std::uint8_t* report, int length) {
     return beginsWith(report, length, {0x03, 0x00}, kListingPartBytes);
 }
@@ -60,6 +68,8 @@ TitanScriptInfoParser::TitanScriptInfoParser(QObject* parent) : QObject(parent) 
 void TitanScriptInfoParser::parse(const std::uint8_t* report, int length) {
     if (report == nullptr || length < 1)
         return;
+    if (!collecting && isControllerState(report[0]))
+        return; // nearly all of the traffic
     // Only listings depend on the time; every other report is spared the clock.
     parse(report, length, collecting || isListingPart(report, length) ? steadyNowNs() : 0);
 }

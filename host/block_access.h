@@ -51,22 +51,31 @@ void blockStore(std::byte* base, std::size_t offset, T value, std::memory_order 
 /// for the sequence lock to say. The last word is read whole, which the padding makes safe.
 inline void copyFromBlock(void* target, const std::byte* source, std::size_t bytes) noexcept {
     auto* out = static_cast<std::byte*>(target);
-    for (std::size_t done = 0; done < bytes; done += kBlockWordBytes) {
+    // Whole words first: a copy whose length is known inside the loop is one instruction.
+    const std::size_t whole = bytes / kBlockWordBytes * kBlockWordBytes;
+    for (std::size_t done = 0; done < whole; done += kBlockWordBytes) {
         const auto word = blockLoad<std::uint64_t>(source, done, std::memory_order_relaxed);
-        std::memcpy(out + done, &word, std::min(kBlockWordBytes, bytes - done));
+        std::memcpy(out + done, &word, kBlockWordBytes);
+    }
+    if (whole < bytes) {
+        const auto word = blockLoad<std::uint64_t>(source, whole, std::memory_order_relaxed);
+        std::memcpy(out + whole, &word, bytes - whole);
     }
 }
 
 /// Copies into a data area (aligned to 8). The bytes of the last word behind the end keep their value.
 inline void copyToBlock(std::byte* target, const void* source, std::size_t bytes) noexcept {
     const auto* in = static_cast<const std::byte*>(source);
-    for (std::size_t done = 0; done < bytes; done += kBlockWordBytes) {
-        const std::size_t part = std::min(kBlockWordBytes, bytes - done);
-        std::uint64_t word = 0;
-        if (part < kBlockWordBytes)
-            word = blockLoad<std::uint64_t>(target, done, std::memory_order_relaxed);
-        std::memcpy(&word, in + done, part);
+    const std::size_t whole = bytes / kBlockWordBytes * kBlockWordBytes;
+    std::uint64_t word = 0;
+    for (std::size_t done = 0; done < whole; done += kBlockWordBytes) {
+        std::memcpy(&word, in + done, kBlockWordBytes);
         blockStore(target, done, word, std::memory_order_relaxed);
+    }
+    if (whole < bytes) {
+        word = blockLoad<std::uint64_t>(target, whole, std::memory_order_relaxed);
+        std::memcpy(&word, in + whole, bytes - whole);
+        blockStore(target, whole, word, std::memory_order_relaxed);
     }
 }
 

@@ -28,7 +28,7 @@ void ControllerBlock::publish(const ControllerData& record) {
     const std::byte* current = accessor->getDataPointer();
     if (current == nullptr || std::memcmp(current, &record, sizeof record) == 0)
         return;
-    if (!accessor->writeData(&record, sizeof record)) {
+    if (!accessor->writeData(&record, sizeof record, static_cast<std::int64_t>(record.timestampNs))) {
         isRefused = true;
         warnOfRefusedBlock(blockName, accessor->errorString());
     }

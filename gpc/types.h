@@ -59,7 +59,9 @@ struct Type {
     /// Bytes of what a pointer points to.
     constexpr std::uint32_t targetWidth() const { return kTypeWidths[static_cast<std::size_t>(code)]; }
     constexpr Type target() const { return {code, false, false}; }
-    constexpr Type pointerTo() const { return {code, true, false}; }
+    /// Type of the address of a variable of this type. There is one level of pointers: what holds a pointer
+    /// counts as the 16-bit number that it is.
+    constexpr Type addressType() const { return {pointer ? TypeCode::UInt16 : code, true, false}; }
 };
 
 inline constexpr Type kVoidType{TypeCode::Int16, false, true};

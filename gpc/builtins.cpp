@@ -445,12 +445,17 @@ constexpr NamedConstant kConstants[] = {
 
 constexpr bool opcodesPopWhatBuiltinsPush() {
     for (const Builtin& builtin : kBuiltins) {
-        const OpcodeInfo* info = findOpcode(static_cast<std::uint8_t>(builtin.opcode));
-        if (!info || (info->name != builtin.name && builtin.unsignedOpcode == builtin.opcode))
+        // By row, since GCC's sanitizers take a comparison of this pointer with null out of constant
+        // expressions.
+        const std::uint8_t row = detail::kOpcodeRows[static_cast<std::uint8_t>(builtin.opcode)];
+        if (row == detail::kNoRow)
             return false;
-        if (info->pops != kPopsAsOperandSays && info->pops != static_cast<int>(builtin.argumentCount()))
+        const OpcodeInfo& info = kOpcodes[row];
+        if (info.name != builtin.name && builtin.unsignedOpcode == builtin.opcode)
             return false;
-        if ((info->pushes == 1) == builtin.result.isVoid || info->origin != builtin.origin)
+        if (info.pops != kPopsAsOperandSays && info.pops != static_cast<int>(builtin.argumentCount()))
+            return false;
+        if ((info.pushes == 1) == builtin.result.isVoid || info.origin != builtin.origin)
             return false;
     }
     return true;

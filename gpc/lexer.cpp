@@ -81,8 +81,8 @@ void Lexer::skipBlockComment() noexcept {
 void Lexer::skipBetweenTokens() noexcept {
     while (at < source.size()) {
         const char byte = source[at];
-        if (hasClass(byte, kBlank | kNonAscii) || byte == '`') {
-            ++at; // a no-break space is two non-ASCII bytes, so it needs no rule of its own
+        if (isSkippedAlone(byte)) {
+            ++at;
         } else if (byte == '\n') {
             ++at;
             lineStart = at;
@@ -93,13 +93,18 @@ void Lexer::skipBetweenTokens() noexcept {
             at = std::min(source.find('\n', at), source.size());
         } else if (byte == '/' && source.substr(at, 2) == "/*") {
             skipBlockComment();
-        } else if (byte == '\\' && at + 1 < source.size() &&
-                   (source[at + 1] == '[' || source[at + 1] == ']')) {
-            ++at; // the bracket behind it is the token
         } else {
             return;
         }
     }
+}
+
+/// Blanks, backquotes, non-ASCII bytes (a no-break space is two of them), and the backslash in front of a
+/// bracket.
+bool Lexer::isSkippedAlone(char byte) const noexcept {
+    if (hasClass(byte, kBlank | kNonAscii) || byte == '`')
+        return true;
+    return byte == '\\' && at + 1 < source.size() && (source[at + 1] == '[' || source[at + 1] == ']');
 }
 
 Token Lexer::take(TokenKind kind, std::size_t end) noexcept {

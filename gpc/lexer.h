@@ -27,6 +27,7 @@ public:
 
 private:
     void skipBetweenTokens() noexcept;
+    bool isSkippedAlone(char byte) const noexcept;
     void skipBlockComment() noexcept;
     void skipTo(std::size_t end) noexcept;
     Token take(TokenKind kind, std::size_t end) noexcept;

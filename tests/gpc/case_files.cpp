@@ -3,9 +3,9 @@
 #include "case_files.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 namespace Vantor::gpc {
@@ -14,13 +14,25 @@ namespace {
 
 const std::string kFolder = FERRYLINK_CASES_DIR;
 
+/// Cuts the number behind the last colon off `text`.
+unsigned long takeNumber(std::string& text) {
+    const std::size_t colon = text.rfind(':');
+    const std::size_t begin = colon == std::string::npos ? 0 : colon + 1;
+    const unsigned long number = std::strtoul(text.c_str() + begin, nullptr, 10);
+    text.erase(colon == std::string::npos ? 0 : colon);
+    return number;
+}
+
+/// "[FILE:]LINE:COLUMN: message"; what is malformed has line 0, which no diagnostic has.
 ExpectedDiagnostic readExpectation(const std::string& text, const std::string& ownPath) {
-    static const std::regex kShape("(?:(.*):)?([0-9]+):([0-9]+): (.*)");
-    std::smatch match;
-    if (!std::regex_match(text, match, kShape))
-        return {ownPath, 0, 0, "malformed expectation: " + text};
-    const std::string file = match[1].matched ? kFolder + "/" + match[1].str() : ownPath;
-    return {file, std::stoul(match[2]), std::stoul(match[3]), match[4]};
+    const std::size_t end = text.find(": ");
+    ExpectedDiagnostic expected;
+    std::string place = text.substr(0, end);
+    expected.column = takeNumber(place);
+    expected.line = takeNumber(place);
+    expected.file = place.empty() ? ownPath : kFolder + "/" + place;
+    expected.message = end == std::string::npos ? "" : text.substr(end + 2);
+    return expected;
 }
 
 class Reader {

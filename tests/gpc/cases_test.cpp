@@ -1,6 +1,8 @@
 // Runs every case of cases/ and compares what comes out with what the case expects.
 
 #include "case_files.h"
+#include "gpc/compiler.h"
+#include "gpc/disassembler.h"
 #include "gpc/preprocessor.h"
 
 #include <gmock/gmock.h>
@@ -35,19 +37,56 @@ std::vector<std::string> textLines(const std::vector<std::string>& lines) {
     return kept;
 }
 
-void runCase(const Case& c) {
-    SCOPED_TRACE(c.path + ":" + std::to_string(c.firstLine) + ": " + c.title);
-    ASSERT_TRUE(c.expectsOk || c.listing || c.text || !c.diagnostics.empty()) << "the case expects nothing";
+/// The listing from the block's first line to its last, as far as they are found; everything otherwise.
+std::vector<std::string> listingPart(const std::vector<std::uint8_t>& bytecode,
+                                     const std::vector<std::string>& block) {
+    std::vector<std::string> lines;
+    for (const std::string& line : splitLines(printListing(disassemble(bytecode)))) {
+        if (std::string text = tidied(line, true); !text.empty())
+            lines.push_back(std::move(text));
+    }
+    if (block.empty())
+        return lines;
+    const auto first = std::find(lines.begin(), lines.end(), block.front());
+    const auto last = std::find(first, lines.end(), block.back());
+    return first == lines.end() || last == lines.end() ? lines : std::vector<std::string>(first, last + 1);
+}
+
+void comparePreprocessed(const Case& c) {
     PreprocessOptions options;
     options.sourcePath = c.path;
     const PreprocessResult result = preprocess(c.source, options);
+    EXPECT_TRUE(result.diagnostics.empty());
+    EXPECT_EQ(textLines(splitLines(result.text)), textLines(*c.text));
+}
+
+void compareListing(const Case& c, const CompileResult& result) {
+    std::vector<std::string> expected;
+    for (const std::string& line : *c.listing) {
+        if (std::string text = tidied(line, true); !text.empty())
+            expected.push_back(std::move(text));
+    }
+    EXPECT_EQ(listingPart(result.bytecode, expected), expected);
+}
+
+void runCase(const Case& c) {
+    SCOPED_TRACE(c.path + ":" + std::to_string(c.firstLine) + ": " + c.title);
+    ASSERT_TRUE(c.expectsOk || c.listing || c.text || !c.diagnostics.empty()) << "the case expects nothing";
+    if (c.text)
+        comparePreprocessed(c);
+    if (!c.expectsOk && !c.listing && c.diagnostics.empty())
+        return; // its text need not be a program
+    CompileOptions options;
+    options.buildStamp = 1;
+    options.sourcePath = c.path;
+    const CompileResult result = compile(c.source, options);
     std::vector<std::string> expected;
     for (const ExpectedDiagnostic& d : c.diagnostics)
         expected.push_back(described(d.file, d.line, d.column, d.message));
     EXPECT_EQ(describedAll(result.diagnostics), expected);
-    if (c.text) {
-        EXPECT_EQ(textLines(splitLines(result.text)), textLines(*c.text));
-    }
+    EXPECT_NE(result.bytecode.empty(), result.diagnostics.empty());
+    if (c.listing)
+        compareListing(c, result);
 }
 
 TEST(Cases, EndAsTheySay) {

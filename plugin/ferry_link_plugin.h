@@ -1,0 +1,128 @@
+// The plug-in that the host loads: entry, lifecycle, and the wiring between
+// host, panel, device manager and workers. It moves no data itself. All of it
+// runs on the GUI thread; what workers signal arrives queued.
+//
+// What a user sees of a failure: an error of either worker ends both, is logged
+// and shown, and the run controls go back to "stopped", for half a bridge helps
+// nobody and would go unnoticed. A lost adapter is looked for once a second
+// until it is back or the user stops; a failure while reconnecting is shown but
+// does not end the search, because a freshly plugged adapter often refuses its
+// first opening.
+
+#pragma once
+
+#include "host/iui_plugin.h"
+#include "plugin/adapter_status.h"
+#include "plugin/worker_rates.h"
+
+#include <QJsonObject>
+#include <QObject>
+#include <QPointer>
+#include <QTimer>
+
+#include <memory>
+
+namespace Vantor {
+
+class FerryLinkThread;
+class FerryLinkWidget;
+class TitanDeviceManager;
+class TitanOutboundThread;
+struct TitanDevice;
+
+class FerryLinkPlugin : public QObject, public IUIPlugin {
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID "com.vantor.IUIPlugin" FILE "ferry_link.json")
+    Q_INTERFACES(Vantor::IUIPlugin)
+    /// The last second's figures, see WorkerRates::toJson().
+    Q_PROPERTY(QJsonObject rates READ ratesJson NOTIFY ratesChanged)
+    /// See AdapterStatus::toJson().
+    Q_PROPERTY(QJsonObject status READ statusJson NOTIFY statusChanged)
+
+public:
+    explicit FerryLinkPlugin(QObject* parent = nullptr);
+    ~FerryLinkPlugin() override;
+
+    QString name() const override;
+    QJsonObject metadata() const override;
+    QStringList requiredInputBlocks() const override;
+    QStringList requiredOutputBlocks() const override;
+    void setMemoryBlocks(const QList<MemoryBlockInfo>& blocks) override;
+    void setSettingsManager(SettingsManager* settings) override;
+    bool initialize() override;
+    void shutdown() override;
+    QWidget* createPanel(QWidget* parent) override;
+    PluginRunController* runController() override;
+
+    QJsonObject ratesJson() const { return rates.toJson(); }
+    QJsonObject statusJson() const { return status.toJson(); }
+
+public slots:
+    void onStartBridgeRequested(const QString& devicePath);
+    void onStopBridgeRequested();
+    void onRestartBridgeRequested(const QString& devicePath);
+    void onBridgeError(const QString& error);
+    void onBridgeStarted();
+    void onBridgeStopped();
+    void onPerformanceUpdate(quint32 inputPps, quint32 outputPps);
+    void onConnectionStatusChanged(bool connected);
+    void onCVDataPerformanceUpdate(quint32 cvDataHz, double latencyMs, double jitterMs);
+    void onDeviceSelectionChanged();
+    void onDeviceDisconnected();
+    void attemptReconnection();
+
+signals:
+    void ratesChanged();
+    void statusChanged();
+
+private:
+    void createWorkers();
+    void connectWorkers();
+    void connectStatusReports();
+    void connectPanel();
+    void stopWorkers();
+    void discardWorkerEvents();
+    void destroyWorkers();
+
+    void startOnChosenDevice();
+    QString chooseDevicePath(const QList<TitanDevice>& devices) const;
+    void endWork(const QString& error);
+    void startReconnecting();
+    void reconnectTo(const QString& devicePath);
+
+    QList<TitanDevice> enumerateDevices() const;
+    QList<TitanDevice> refreshPanelDevices();
+    void updateConnection();
+    void publishRates();
+    void clearRates();
+    void showError(const QString& error);
+
+    bool initialized = false;
+    SettingsManager* settingsManager = nullptr; ///< not owned
+    QString selectedSerial;                     ///< as the settings hold it
+    QList<MemoryBlockInfo> memoryBlocks;
+    TitanDeviceManager* deviceManager = nullptr; ///< a child of this object
+    std::unique_ptr<FerryLinkThread> bridge;
+    std::unique_ptr<TitanOutboundThread> outbound;
+    /// Receives the workers' signals for this object, so that those of an earlier
+    /// run can be dropped by themselves.
+    std::unique_ptr<QObject> workerInbox;
+    PluginRunController* controller = nullptr; ///< a child of this object
+    QPointer<FerryLinkWidget> panel;           ///< its parent's
+
+    QString rememberedPath;          ///< of the adapter that the bridge was last started on
+    QString rememberedSerial;        ///< the same adapter's, so that it is known again
+                                     ///< on another path
+    bool wanted = false;             ///< the user wants the bridge to run, also while the
+                                     ///< adapter is away
+    bool adapterOpen = false;        ///< the bridge has said so for the present run
+    bool resumingConnection = false; ///< the present run was started by a
+                                     ///< reconnection and nothing was heard yet
+    QTimer reconnectionTimer{this};
+    QTimer restartTimer{this}; ///< the pause of a restart
+    QTimer ratesTimer{this};
+    WorkerRates rates;
+    AdapterStatus status;
+};
+
+} // namespace Vantor

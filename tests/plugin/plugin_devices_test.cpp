@@ -1,0 +1,146 @@
+// Which adapter the plug-in takes, which it remembers, and how it comes back to one that was lost.
+
+#include "plugin_fixture.h"
+
+namespace Vantor {
+namespace {
+
+class Devices : public PluginFixture {
+protected:
+    void connectTo(int adapter) {
+        const std::uint64_t before = statistics(adapter).initialisations;
+        start();
+        ASSERT_TRUE(becomes("connected"));
+        ASSERT_EQ(
+            virtual_adapter_wait(adapter, VIRTUAL_ADAPTER_COUNT_INITIALISATIONS, before + 1, kPatienceMs), 1);
+    }
+};
+
+TEST_F(Devices, TakesTheRememberedOneElseTheFirst) {
+    const int a = virtual_adapter_add("bus:1", "A", nullptr);
+    const int b = virtual_adapter_add("bus:2", "B", nullptr);
+    settings.setPluginValue(QStringLiteral("ferry_link"), QStringLiteral("selected_device_serial"),
+                            QStringLiteral("B"));
+    ASSERT_TRUE(bringUp());
+    connectTo(b);
+    EXPECT_EQ(statistics(a).opens, 0U);
+    stop();
+    virtual_adapter_unplug(b);
+    connectTo(a);
+    EXPECT_EQ(storedSerial(), QStringLiteral("B")) << "taking another one is not choosing it";
+}
+
+TEST_F(Devices, RemembersWhatTheUserChoosesAndNothingElse) {
+    virtual_adapter_add("bus:1", "A", nullptr);
+    const int b = virtual_adapter_add("bus:2", "B", nullptr);
+    ASSERT_TRUE(bringUp());
+    showPanel();
+    start();
+    stop();
+    EXPECT_EQ(storedSerial(), QString());
+    QTest::keyClick(deviceList(), Qt::Key_Down);
+    EXPECT_EQ(storedSerial(), QStringLiteral("B"));
+
+    // Gone from the bus, but still in the list: nothing to be remembered.
+    virtual_adapter_unplug(b);
+    QTest::keyClick(deviceList(), Qt::Key_Up);
+    QTest::keyClick(deviceList(), Qt::Key_Down);
+    EXPECT_EQ(storedSerial(), QStringLiteral("A"));
+}
+
+TEST_F(Devices, ReconnectsOnTheSamePathAndOnANewOne) {
+    const int a = virtual_adapter_add("bus:1", "A", nullptr);
+    ASSERT_TRUE(bringUp());
+    showPanel();
+    connectTo(a);
+    std::uint64_t initialisations = 1;
+    for (const char* const path : {"bus:1", "bus:7"}) {
+        virtual_adapter_unplug(a);
+        ASSERT_TRUE(becomes("reconnecting"));
+        EXPECT_TRUE(running()) << "stopping must stay possible";
+        EXPECT_FALSE(shown("Error message").isEmpty());
+        virtual_adapter_replug(a, path);
+        ASSERT_TRUE(becomes("connected")) << path;
+        ++initialisations;
+        EXPECT_EQ(
+            virtual_adapter_wait(a, VIRTUAL_ADAPTER_COUNT_INITIALISATIONS, initialisations, kPatienceMs), 1);
+        EXPECT_EQ(shown("Error message"), QString());
+    }
+    EXPECT_EQ(deviceList()->currentData().toString(), QStringLiteral("bus:7"));
+}
+
+TEST_F(Devices, FindsAMovedAdapterWithoutAPanelAndWithoutAnythingRemembered) {
+    const int a = virtual_adapter_add("bus:1", "A", nullptr);
+    virtual_adapter_add("bus:2", "B", nullptr);
+    ASSERT_TRUE(bringUp());
+    connectTo(a);
+    virtual_adapter_unplug(a);
+    ASSERT_TRUE(becomes("reconnecting"));
+    virtual_adapter_replug(a, "bus:9");
+    ASSERT_TRUE(becomes("connected"));
+    EXPECT_EQ(status()[QStringLiteral("device_serial")].toString(), QStringLiteral("A"));
+}
+
+TEST_F(Devices, AFreshlyPluggedAdapterThatRefusesAtFirstIsTriedAgain) {
+    const int a = virtual_adapter_add("bus:1", "A", nullptr);
+    ASSERT_TRUE(bringUp());
+    connectTo(a);
+    virtual_adapter_unplug(a);
+    ASSERT_TRUE(becomes("reconnecting"));
+    virtual_adapter_fail(a, VIRTUAL_ADAPTER_OPEN, 1, 2); // both workers' first
+    virtual_adapter_replug(a, nullptr);
+    EXPECT_TRUE(becomes("connected"));
+    EXPECT_GE(statistics(a).open_failures, 1U);
+}
+
+TEST_F(Devices, StoppingEndsTheSearch) {
+    const int a = virtual_adapter_add("bus:1", "A", nullptr);
+    ASSERT_TRUE(bringUp());
+    connectTo(a);
+    virtual_adapter_unplug(a);
+    ASSERT_TRUE(becomes("reconnecting"));
+    stop();
+    EXPECT_FALSE(running());
+    EXPECT_EQ(connection(), QStringLiteral("disconnected"));
+    EXPECT_FALSE(anyTimerRuns());
+}
+
+TEST_F(Devices, ALossThatIsHeardOnlyAfterTheStopStartsNothing) {
+    const int a = virtual_adapter_add("bus:1", "A", nullptr);
+    ASSERT_TRUE(bringUp());
+    connectTo(a);
+    virtual_adapter_unplug(a);
+    // The bridge gives up while the event loop stands still, so that its word is still under way.
+    ASSERT_EQ(virtual_adapter_wait(a, VIRTUAL_ADAPTER_COUNT_READ_FAILURES, 100, kPatienceMs), 1);
+    stop();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(connection(), QStringLiteral("disconnected"));
+    EXPECT_FALSE(anyTimerRuns());
+
+    // Nor does it disturb the next run.
+    virtual_adapter_replug(a, nullptr);
+    connectTo(a);
+    virtual_adapter_unplug(a);
+    ASSERT_EQ(virtual_adapter_wait(a, VIRTUAL_ADAPTER_COUNT_READ_FAILURES, 200, kPatienceMs), 1);
+    stop();
+    virtual_adapter_replug(a, nullptr);
+    start();
+    EXPECT_TRUE(becomes("connected"));
+    EXPECT_FALSE(logged(LogEntry::Level::warning,
+                        QStringLiteral("The device was disconnected. Waiting for it to come back.")));
+}
+
+TEST_F(Devices, RefreshShowsWhatHasComeAndGone) {
+    const int a = virtual_adapter_add("bus:1", "A", nullptr);
+    ASSERT_TRUE(bringUp());
+    showPanel();
+    ASSERT_EQ(deviceList()->count(), 1);
+    virtual_adapter_add("bus:2", "B", nullptr);
+    virtual_adapter_unplug(a);
+    QTest::mouseClick(panel->findChild<QAbstractButton*>(QStringLiteral("refreshButton")), Qt::LeftButton);
+    ASSERT_EQ(deviceList()->count(), 1);
+    EXPECT_EQ(deviceList()->currentData().toString(), QStringLiteral("bus:2"));
+}
+
+} // namespace
+} // namespace Vantor

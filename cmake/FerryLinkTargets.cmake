@@ -23,6 +23,9 @@ endfunction()
 
 function(ferrylink_test name)
   cmake_parse_arguments(arg "QT;WIDGETS;VIRTUAL_ADAPTER;SERIAL" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  if(NOT arg_LABELS)
+    set(arg_LABELS unit) # an empty value would vanish, and the next property's name be taken for the label
+  endif()
   set(target ferrylink_test_${name})
   add_executable(${target} ${arg_SOURCES})
   ferrylink_target(${target})

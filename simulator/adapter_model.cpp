@@ -36,7 +36,7 @@ void AdapterModel::receiveWithId(std::span<const std::uint8_t> report, std::int6
         ++counts.reportsReceived;
         ++counts.reportsSinceStop;
         if (report.size() != kReportBytes + 1)
-            reportError("output report of %zu bytes instead of 65", report.size());
+            reportError("output report of %u bytes instead of 65", static_cast<unsigned>(report.size()));
         else
             reportError("output report with id 0x%02X instead of 0", report[0]);
         return;
@@ -48,7 +48,7 @@ void AdapterModel::receive(std::span<const std::uint8_t> report, std::int64_t no
     ++counts.reportsReceived;
     ++counts.reportsSinceStop;
     if (report.size() != kReportBytes) {
-        reportError("report of %zu bytes instead of 64", report.size());
+        reportError("report of %u bytes instead of 64", static_cast<unsigned>(report.size()));
         return;
     }
     const auto packet = report.first<kReportBytes>();
@@ -82,16 +82,18 @@ void AdapterModel::receive(std::span<const std::uint8_t> report, std::int64_t no
 void AdapterModel::takeInitialisation(std::span<const std::uint8_t, kReportBytes> packet, std::size_t index,
                                       std::int64_t nowNs) noexcept {
     const Report& expected = kInitialisationPackets[index];
+    const auto number = static_cast<unsigned>(index + 1);
     const auto difference = std::mismatch(packet.begin(), packet.end(), expected.begin());
     if (difference.first != packet.end()) {
-        reportError("initialisation packet %zu: byte %td is 0x%02X instead of 0x%02X", index + 1,
-                    difference.first - packet.begin(), *difference.first, *difference.second);
+        reportError("initialisation packet %u: byte %d is 0x%02X instead of 0x%02X", number,
+                    static_cast<int>(difference.first - packet.begin()), *difference.first,
+                    *difference.second);
         return;
     }
-    // The first packet begins a new sequence whenever it comes: a program may have been killed half-way
-    // through.
+    // The first packet begins a new sequence whenever it comes: a program may have been killed half-way.
     if (index != 0 && index != initialisationStep) {
-        reportError("initialisation packet %zu came behind packet %zu", index + 1, initialisationStep);
+        reportError("initialisation packet %u came behind packet %u", number,
+                    static_cast<unsigned>(initialisationStep));
         return;
     }
     initialisationStep = index + 1;
@@ -224,6 +226,7 @@ void AdapterModel::reportError(const char* format, ...) noexcept {
         return;
     std::va_list arguments;
     va_start(arguments, format);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the analyser does not know this va_start
     std::vsnprintf(errorTexts[index].data(), errorTexts[index].size(), format, arguments);
     va_end(arguments);
 }

@@ -6,8 +6,8 @@
 
 #pragma once
 
-#include <stddef.h>
-#include <stdint.h>
+#include <stddef.h> // NOLINT(modernize-deprecated-headers): a C header
+#include <stdint.h> // NOLINT(modernize-deprecated-headers)
 
 #ifndef VIRTUAL_ADAPTER_API
 #define VIRTUAL_ADAPTER_API

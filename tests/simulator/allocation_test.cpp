@@ -15,17 +15,18 @@ namespace {
 std::atomic<std::size_t> allocations{0};
 }
 
-// The library's calls come here too: it takes operator new from the program that loads it.
-void* operator new(std::size_t size) {
+// The library's calls come here too: it takes operator new from the program that loads it. Never inlined, or
+// the compiler takes the pair for a mismatch.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     allocations.fetch_add(1, std::memory_order_relaxed);
     if (void* memory = std::malloc(size == 0 ? 1 : size))
         return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
     std::free(memory);
 }
-void operator delete(void* memory, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
 

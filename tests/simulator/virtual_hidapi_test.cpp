@@ -4,6 +4,7 @@
 #include <hidapi/hidapi.h>
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <string>
@@ -199,6 +200,47 @@ TEST_F(VirtualHidapi, AStalledReadEndsWithTheAdapter) {
     reader.join();
     EXPECT_EQ(result, -1);
     EXPECT_EQ(virtual_adapter_unplug(adapter), -1);
+}
+
+// What the workers do to one adapter at once, with the adapter coming and going under them.
+TEST_F(VirtualHidapi, ServesReadersWritersAndUnpluggingAtOnce) {
+    ASSERT_EQ(virtual_adapter_set_rates(adapter, 5000, 5000), 0);
+    std::atomic<bool> done{false};
+    std::atomic<int> failures{0};
+    const auto untilDone = [&](const auto& work) {
+        return std::thread([&done, &failures, work] {
+            while (!done) {
+                hid_device* handle = hid_open_path("/virtual/one");
+                while (handle != nullptr && !done && work(handle) >= 0) {
+                }
+                if (handle != nullptr && !done)
+                    ++failures;
+                hid_close(handle);
+            }
+        });
+    };
+    const auto readOnce = [](hid_device* handle) {
+        Bytes bytes;
+        return read(handle, bytes, 5);
+    };
+    std::vector<std::thread> threads;
+    threads.push_back(untilDone(readOnce));
+    threads.push_back(untilDone(readOnce));
+    threads.push_back(untilDone([](hid_device* handle) { return writeByte(handle, 0xA0); }));
+    for (int round = 1; round <= 20; ++round) {
+        const std::uint64_t writes = statistics().writes;
+        EXPECT_EQ(virtual_adapter_wait(adapter, VIRTUAL_ADAPTER_COUNT_WRITES, writes + 50, kPatienceMs), 1);
+        const std::uint64_t opens = statistics().opens;
+        EXPECT_EQ(virtual_adapter_unplug(adapter), 0);
+        EXPECT_EQ(virtual_adapter_replug(adapter, "/virtual/one"), 0);
+        EXPECT_EQ(virtual_adapter_wait(adapter, VIRTUAL_ADAPTER_COUNT_OPENS, opens + 1, kPatienceMs), 1);
+    }
+    done = true;
+    for (std::thread& thread : threads)
+        thread.join();
+    // The writer had its handle open at every unplugging; the end may come before it noticed the last one.
+    EXPECT_GE(failures, 19);
+    EXPECT_EQ(statistics().errors, 0U);
 }
 
 TEST_F(VirtualHidapi, ATimeOutIsKeptAndNotMuchMore) {

@@ -35,7 +35,7 @@ while [ $# -gt 0 ]; do
 done
 
 need "${build_packages[@]}"
-build release --target ferrylink-host cvfeed FerryLink ferrylink_virtual_hidapi
+build release --target ferrylink-host cvfeed ferrylink_plugin ferrylink_virtual_hidapi
 
 case $mode in
   window) arguments=(--adapter virtual --feed 1000) ;;

@@ -29,8 +29,7 @@ extern "C" {
 #define VIRTUAL_ADAPTER_CAPTURED_REPORTS 4096
 #define VIRTUAL_ADAPTER_ERROR_TEXTS 8
 
-/* ---- Coming and going -------------------------------------------------------------------------------------
- */
+/* ---- Coming and going ------------------------------------------------------------------------ */
 
 /* What enumeration says of a device. Texts are ASCII and copied. A null `path` makes an entry that cannot be
  * opened; a null `serial` or `manufacturer` is not reported at all (asking an open handle for it fails), an

@@ -10,6 +10,7 @@
 #include <hidapi/hidapi.h>
 
 #include <array>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -19,6 +20,18 @@
 #include <string>
 
 namespace Vantor::simulator {
+
+/// Nanoseconds of the steady clock, which also stamps frames.
+inline std::int64_t nowNs() {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+inline std::chrono::steady_clock::time_point timePoint(std::int64_t timeNs) {
+    using Clock = std::chrono::steady_clock;
+    return Clock::time_point(std::chrono::duration_cast<Clock::duration>(std::chrono::nanoseconds(timeNs)));
+}
 
 /// Which calls of one operation fail or stall. Counts are of calls still to come.
 struct Fault {

@@ -37,22 +37,11 @@ private:
     bool mainAndComboPass();
     bool functionPass();
     bool finalChecks();
-    bool named(bool good, std::string_view pass);
 
     CompilerState& state;
     std::uint32_t buildStamp;
     std::optional<ScriptInfo> info;
 };
-
-/// A pass that fails without saying why is our own fault, and says so.
-bool Pipeline::named(bool good, std::string_view pass) {
-    if (!good && !state.error) {
-        state.fail(state.at, "internal compiler error: ");
-        state.error->message += pass;
-        state.error->message += " failed without a diagnostic";
-    }
-    return good;
-}
 
 bool Pipeline::startImage() {
     const std::uint32_t base = headerBytes(info);
@@ -123,16 +112,16 @@ bool Pipeline::finalChecks() {
 }
 
 bool Pipeline::run() {
-    if (!startImage() || !named(scanTopLevel(state), "source scan") ||
-        !named(declareGlobals(state), "global declaration pass"))
+    if (!startImage() || !state.named(scanTopLevel(state), "source scan") ||
+        !state.named(declareGlobals(state), "global declaration pass"))
         return false;
     emitStart();
     if (state.image.full())
         return state.fail(state.tokens.size() - 1,
                           "constants and strings exceed the 32768 bytes of the data image");
-    return named(initializationPass(), "initialization pass") &&
-           named(mainAndComboPass(), "main and combo pass") && named(functionPass(), "function pass") &&
-           finalChecks();
+    return state.named(initializationPass(), "initialization pass") &&
+           state.named(mainAndComboPass(), "main and combo pass") &&
+           state.named(functionPass(), "function pass") && finalChecks();
 }
 
 Diagnostic diagnosticFor(const CompileError& error, const TokenStream& tokens,

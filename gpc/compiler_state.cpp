@@ -24,6 +24,14 @@ bool CompilerState::fail(std::uint32_t tokenIndex, std::string_view message, std
     return false;
 }
 
+bool CompilerState::named(bool good, std::string_view step) {
+    if (!good && !error) {
+        fail(at, "internal compiler error: ", step);
+        error->message += " failed without a diagnostic";
+    }
+    return good;
+}
+
 bool CompilerState::allocateStorage(std::uint32_t index, std::uint32_t tokenIndex, std::string_view message) {
     Variable& variable = variables[index];
     // A combo's state slot is the one variable that is aligned to less than its width.

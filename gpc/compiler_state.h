@@ -159,6 +159,9 @@ struct CompilerState {
     /// Records the first error, at a token, with the detail behind the message; always false.
     bool fail(std::uint32_t tokenIndex, std::string_view message, std::string_view detail = {});
 
+    /// Hands `good` through; a step that fails without saying why is our own fault, and is recorded as that.
+    bool named(bool good, std::string_view step);
+
     /// Takes storage off the top; false with the stage's message when there is not enough.
     bool allocateStorage(std::uint32_t variable, std::uint32_t tokenIndex, std::string_view message);
     /// Takes the function's frame; false when its offset no longer fits an operand.

@@ -146,15 +146,15 @@ bool declareItem(CompilerState& state, const TopLevelItem& item) {
     state.at = item.begin;
     switch (item.kind) {
     case Kind::Declaration:
-        return parseGlobalDeclaration(state);
+        return state.named(parseGlobalDeclaration(state), "global declaration parser");
     case Kind::Stray:
         // A lone ';' is left to the function pass.
         return state.is(TokenKind::Semicolon) ||
                state.fail(item.begin, "expected a top-level declaration or definition");
     case Kind::Function:
-        return item.prototype || scanBody(state, item);
+        return item.prototype || state.named(scanBody(state, item), "function-local allocation pass");
     default:
-        return scanBody(state, item);
+        return state.named(scanBody(state, item), "definition-local allocation pass");
     }
 }
 
@@ -164,7 +164,7 @@ bool declareGlobals(CompilerState& state) {
     for (const TopLevelItem& item : state.items)
         if (!declareItem(state, item))
             return false;
-    if (!allocatePersistent(state))
+    if (!state.named(allocatePersistent(state), "persistent local allocation pass"))
         return false;
     if (state.image.full())
         return state.fail(state.tokens.size() - 1,

@@ -184,7 +184,9 @@ bool compileExpression(CompilerState& state, Operand& result, Use use) {
         return false;
     if (state.is(TokenKind::Question))
         return compileChoice(state, result);
-    if (state.is(TokenKind::Assign) || compoundOperator(state.kind()) != TokenKind::Invalid)
+    const bool assigns = state.is(TokenKind::Assign) || compoundOperator(state.kind()) != TokenKind::Invalid;
+    // A number cannot continue that way: whoever reads it says what he expects instead.
+    if (assigns && !result.isConstant())
         return compileAssignment(state, result, use);
     return true;
 }

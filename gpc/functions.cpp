@@ -8,50 +8,55 @@ namespace {
 
 constexpr std::uint32_t kAddressSpace = 0x10000;
 
-/// What stands between the parentheses, against the signature of the first declaration.
-bool checkParameters(CompilerState& state, Function& function) {
+/// One parameter, against the signature of the function's first declaration; binds its name.
+bool checkParameter(CompilerState& state, std::uint32_t index) {
+    Variable& parameter = state.variables[index];
+    const auto type = state.typeAt(state.at);
+    if (!type)
+        return state.fail(state.at, "expected a function parameter");
+    if (type->code != parameter.type.code)
+        return state.fail(state.at, "function parameter type does not match its signature");
+    state.advance();
+    const bool star = state.accept(TokenKind::Star);
+    if (star && !parameter.type.pointer)
+        return state.fail(state.at - 1, "function parameter type does not match its signature");
+    if (!state.isUserNameAt(state.at))
+        return state.fail(state.at, "expected a function parameter");
+    if (parameter.name == 0)
+        parameter.name = state.token().name; // a declaration may leave names out
+    if (parameter.name != state.token().name)
+        return state.fail(state.at, "function parameter name does not match its signature");
+    if (state.symbols.boundHere(parameter.name))
+        return state.fail(state.at, "duplicate function parameter or local variable");
+    state.symbols.bind(parameter.name, index);
+    state.advance();
+    const bool brackets = state.is(TokenKind::LBracket) && state.kindAfter(1) == TokenKind::RBracket;
+    if (parameter.type.pointer && !star && !brackets)
+        return state.fail(state.at - 1, "expected '*' in pointer parameter");
+    if (brackets)
+        state.at += 2;
+    return true;
+}
+
+/// The list up to its ')', which it leaves.
+bool checkParameters(CompilerState& state, const Function& function) {
     for (std::size_t i = 0; i < function.parameters.size(); ++i) {
-        Variable& parameter = state.variables[function.parameters[i]];
         if (i > 0 && !state.expect(TokenKind::Comma, "expected ',' between function parameters"))
             return false;
-        const auto type = state.typeAt(state.at);
-        if (!type)
-            return state.fail(state.at, "expected a function parameter");
-        if (type->code != parameter.type.code)
-            return state.fail(state.at, "function parameter type does not match its signature");
-        state.advance();
-        const bool star = state.accept(TokenKind::Star);
-        if (star && !parameter.type.pointer)
-            return state.fail(state.at - 1, "function parameter type does not match its signature");
-        if (!state.isUserNameAt(state.at))
-            return state.fail(state.at, "expected a function parameter");
-        if (parameter.name == 0)
-            parameter.name = state.token().name; // a declaration may leave names out
-        if (parameter.name != state.token().name)
-            return state.fail(state.at, "function parameter name does not match its signature");
-        state.advance();
-        const bool brackets = state.is(TokenKind::LBracket) && state.kindAfter(1) == TokenKind::RBracket;
-        if (parameter.type.pointer && !star && !brackets)
-            return state.fail(state.at - 1, "expected '*' in pointer parameter");
-        if (brackets) {
-            state.advance();
-            state.advance();
-        }
-        if (state.symbols.boundHere(parameter.name))
-            return state.fail(state.at, "duplicate function parameter or local variable");
-        state.symbols.bind(parameter.name, function.parameters[i]);
+        if (!checkParameter(state, function.parameters[i]))
+            return false;
     }
-    if (state.is(TokenKind::RParen))
-        return true;
-    const bool more = state.is(TokenKind::Comma) || function.parameters.empty();
-    if (more && (state.kindAfter(1) == TokenKind::EndOfInput || !state.is(TokenKind::Semicolon)) &&
-        !state.is(TokenKind::LBrace)) {
-        const std::uint32_t token = state.is(TokenKind::Comma) ? state.at + 1 : state.at;
-        if (state.typeAt(token))
-            return state.fail(token, "function parameter type does not match its signature");
-        return state.fail(token, "expected a function parameter");
+    if (state.is(TokenKind::Comma)) {
+        state.advance();
+        return state.fail(state.at,
+                          state.typeAt(state.at)
+                              ? std::string_view("function parameter type does not match its signature")
+                              : "expected a function parameter");
     }
-    return !state.isName(state.at) || state.fail(state.at, "expected ',' between function parameters");
+    if (state.is(TokenKind::Identifier) && !function.parameters.empty())
+        return state.fail(state.at, "expected ',' between function parameters");
+    const bool value = state.is(TokenKind::Identifier) || state.is(TokenKind::Number);
+    return !value || state.fail(state.at, "expected a function parameter");
 }
 
 /// ( parameters ) {

@@ -55,7 +55,7 @@ constexpr LocalMessages kStaticLocal{
 };
 
 constexpr LocalMessages kFunctionLocal{
-    "expected a type",
+    {}, // a declaration without a qualifier begins with its type
     "expected a local variable name",
     "duplicate function parameter or local variable",
     "expected a positive integer array length",
@@ -69,7 +69,7 @@ constexpr LocalMessages kFunctionLocal{
 };
 
 constexpr LocalMessages kMainLocal{
-    "expected a type",
+    {}, // a declaration without a qualifier begins with its type
     "expected a main-local variable name",
     "duplicate main-local variable",
     "main-local array length does not match its source scan",
@@ -83,7 +83,7 @@ constexpr LocalMessages kMainLocal{
 };
 
 constexpr LocalMessages kComboLocal{
-    "expected a type",
+    {}, // a declaration without a qualifier begins with its type
     "expected a combo-local variable name",
     "duplicate combo-local variable",
     "combo-local array length does not match its source scan",

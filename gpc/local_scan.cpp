@@ -42,7 +42,7 @@ public:
 private:
     struct Block {
         std::size_t scope;
-        std::uint32_t record; ///< the switch whose body it is, or kNoIndex
+        std::uint32_t record; ///< the innermost switch whose body it is in, or kNoIndex
     };
 
     bool startsDeclaration() const;
@@ -80,7 +80,8 @@ void BodyScan::noteString() {
 }
 
 void BodyScan::openBlock() {
-    blocks.push_back({state.symbols.openScope(), pendingSwitch});
+    const std::uint32_t around = blocks.empty() ? kNoIndex : blocks.back().record;
+    blocks.push_back({state.symbols.openScope(), pendingSwitch != kNoIndex ? pendingSwitch : around});
     pendingSwitch = kNoIndex;
 }
 
@@ -92,9 +93,7 @@ void BodyScan::closeBlock() {
 }
 
 void BodyScan::noteCase() {
-    std::uint32_t record = kNoIndex;
-    for (std::size_t i = blocks.size(); i-- > 0 && record == kNoIndex;)
-        record = blocks[i].record;
+    const std::uint32_t record = blocks.empty() ? kNoIndex : blocks.back().record;
     const std::uint32_t token = state.at;
     state.advance();
     if (record == kNoIndex)

@@ -7,9 +7,12 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <exception>
+#include <string>
+#include <string_view>
 
 namespace {
 
@@ -23,7 +26,7 @@ enum Takes : unsigned {
 };
 
 struct Command {
-    const char* name;
+    std::string_view name;
     const char* inputName;
     const char* summary;
     unsigned takes;
@@ -59,7 +62,7 @@ Exit codes: 0 fine; 1 the input has an error, or the script had to be stopped; 2
 read or written. Errors go to standard error as PATH:LINE:COLUMN: error: MESSAGE; docs/gpc.md describes the JSON.)";
 
 void addCommand(CLI::App& app, const Command& command, Options& options) {
-    CLI::App* const sub = app.add_subcommand(command.name, command.summary);
+    CLI::App* const sub = app.add_subcommand(std::string(command.name), command.summary);
     sub->add_option(command.inputName, options.input, "The file to read, or - for standard input")
         ->required()
         ->option_text(" ");
@@ -91,15 +94,22 @@ int runTool(int argc, char** argv) {
     app.set_version_flag("--version", "gpc " FERRYLINK_VERSION);
     app.require_subcommand(1);
     app.footer(kFooter);
-    for (const Command& command : kCommands)
-        addCommand(app, command, options);
+    // Six commands with their options take longer to describe than a small script to compile, so a command
+    // that is named first is described alone.
+    const std::string_view first = argc > 1 ? argv[1] : "";
+    const bool named = std::any_of(kCommands.begin(), kCommands.end(),
+                                   [&](const Command& command) { return command.name == first; });
+    for (const Command& command : kCommands) {
+        if (!named || command.name == first)
+            addCommand(app, command, options);
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kExitFine : kExitUsage;
     }
     for (const Command& command : kCommands) {
-        if (!app.got_subcommand(command.name))
+        if (named ? command.name != first : !app.got_subcommand(std::string(command.name)))
             continue;
         options.command = command.name;
         options.json = options.format == "json";

@@ -62,7 +62,7 @@ bool Session::compile(std::vector<std::uint8_t>& bytecode) {
     return result.diagnostics.empty();
 }
 
-void Session::fail(std::string message) {
+void Session::fail(const std::string& message) {
     if (options.json)
         document["error"] = message;
     errorText += "gpc: " + printable(message) + '\n';

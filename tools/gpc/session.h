@@ -33,7 +33,7 @@ public:
     /// Compiles `input`, and refuses what no memory slot takes. False: diagnostics are reported.
     bool compile(std::vector<std::uint8_t>& bytecode);
 
-    void fail(std::string message); ///< an error without a place
+    void fail(const std::string& message); ///< an error without a place
     void report(const std::vector<gpc::Diagnostic>& diagnostics);
     /// Prints what is left to print and returns the exit code to end with.
     int finish(int exitCode);

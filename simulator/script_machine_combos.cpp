@@ -154,10 +154,13 @@ void callCombo(ScriptState& s, const ScriptInstruction& i) {
         return;
     }
     const std::uint32_t caller = s.combo.stateAddress;
-    // A body that has just stopped or restarted its own combo is about to end: it calls nobody any more.
+    // A body that has just stopped or restarted its own combo is about to end: it calls nobody any more. Nor
+    // does one whose call stops it, because it was itself called by the combo that it calls.
     if (readState(s, caller).phase == ComboPhase::Running) {
         comboRestart(s, i);
-        s.comboCalls[caller] = s.variableAddress(i.operands[0]);
+        if (readState(s, caller).phase == ComboPhase::Running) {
+            s.comboCalls[caller] = s.variableAddress(i.operands[0]);
+        }
     }
     suspend(s, i.next, 0, i.operands[1]);
 }

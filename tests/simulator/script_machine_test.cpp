@@ -167,6 +167,33 @@ TEST(ScriptMachine, TakesTheOperandOfASwitchAsHighestIndex) {
     EXPECT_EQ(run(2), 12U);
 }
 
+TEST(ScriptMachine, KeepsTheStateOfAComboInItsSlot) {
+    const Bytes file{0x10, 0x00, 0x0F, 0, 0, 0, 0, 0, 0, 0, 0, 0x00, 0x1D, 0x00, 0x29}; // wait table at 0x0B
+    const Bytes code{0x02, 0x00, 0x04,                         // 0x0F: the state at 0x23FC
+                     0x90, 0x23, 0xFC, 0x01,                   // 0x12: init runs the combo
+                     0x16, 0x23, 0xFC, 0x00, 0x0B, 0x00, 0x31, // 0x16
+                     0x20, 0x05, 0x20, 0x07, 0xA1,             // 0x1D: set_val(5, 7)
+                     0x18, 0x23, 0xFC, 0x00, 0x19, 0x00, 0x31, // 0x22: wait(25)
+                     0x20, 0x06, 0x20, 0x08, 0xA1,             // 0x29: set_val(6, 8)
+                     0x17, 0x23, 0xFC,                         // 0x2E
+                     0x00};                                    // 0x31
+    struct Step {
+        std::uint32_t state;
+        std::int32_t fifth;
+        std::int32_t sixth;
+    };
+    const std::vector<Step> steps{
+        {0x40010019, 7, 0}, {0x4001000F, 0, 0}, {0x40010005, 0, 0}, {0, 0, 8}, {0, 0, 0}};
+    ScriptMachine machine;
+    ASSERT_TRUE(machine.load(file + code));
+    for (const Step& step : steps) {
+        ASSERT_TRUE(machine.tick()) << machine.error();
+        EXPECT_EQ(storageWord(machine, 0x23FC), step.state);
+        EXPECT_EQ(machine.device().outputs[5], step.fifth);
+        EXPECT_EQ(machine.device().outputs[6], step.sixth);
+    }
+}
+
 struct Fault {
     const char* expected;
     Bytes code;

@@ -1,0 +1,24 @@
+// The sources that the compiler is measured with: the same work in the language of scripts, in C and in Lua,
+// so that compilers can be compared on it. Deterministic.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace Vantor::bench {
+
+enum class Language { Script, C, Lua };
+
+/// A program whose bytecode fills most of a memory slot: arithmetic, conditions, loops, calls, tables.
+std::string fullSlotProgram(Language language);
+inline std::string fullSlotScript() {
+    return fullSlotProgram(Language::Script);
+}
+
+/// About `bytes` of comments, macros and code, of which most is not code: bytecode addresses end at 64 KB.
+std::string longProgram(Language language, std::size_t bytes);
+inline std::string longScript(std::size_t bytes) {
+    return longProgram(Language::Script, bytes);
+}
+
+} // namespace Vantor::bench

@@ -379,9 +379,10 @@ void FerryLinkPlugin::onBridgeStopped() {
 }
 
 void FerryLinkPlugin::onConnectionStatusChanged(bool connected) {
-    adapterOpen = connected && wanted;
-    if (adapterOpen)
-        showError({});
+    if (!connected || !wanted)
+        return; // a run that ends says why by another signal, which settles the state
+    adapterOpen = true;
+    showError({});
     updateConnection();
 }
 

@@ -22,6 +22,7 @@
 #include <cstdio>
 #include <limits>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -47,6 +48,7 @@ struct Options {
     double durationSeconds = 0; ///< 0 = no limit
     std::string instance;
     std::string reportFile;
+    bool untilInputEnds = false;
 };
 
 struct Summary {
@@ -72,6 +74,16 @@ static_assert(std::atomic<platform::Event*>::is_always_lock_free, "used in a sig
 void onSignal(int /*signal*/) {
     if (platform::Event* const event = stopEvent.load())
         event->set();
+}
+
+/// Ends the feed with standard input, which the system closes when the program that started this one is gone,
+/// however it went. The thread may outlast main(), so the event that it sets must too.
+void stopWhenInputEnds() {
+    std::thread([] {
+        while (std::getchar() != EOF)
+            continue;
+        onSignal(0);
+    }).detach();
 }
 
 class Feed {
@@ -203,14 +215,16 @@ int feed(const Options& options) {
         return kExitFailed;
     }
 
-    platform::Event stop;
-    stopEvent = &stop;
+    static auto* const lastingStop = new platform::Event;
+    const platform::Event& stop = *lastingStop;
+    stopEvent = lastingStop;
     std::signal(SIGINT, onSignal);
     std::signal(SIGTERM, onSignal);
+    if (options.untilInputEnds)
+        stopWhenInputEnds();
     const Summary summary = Feed(options, block, stop).run();
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
-    stopEvent = nullptr;
 
     std::printf("%llu frames published in %.2f s, %.1f Hz, %llu late\n",
                 static_cast<unsigned long long>(summary.published), summary.seconds, summary.realHz(),
@@ -233,6 +247,8 @@ void declare(CLI::App& app, Options& options) {
     app.add_option("--instance", options.instance,
                    "Which host to feed, when several run [default: $VANTOR_INSTANCE, else the ordinary one]");
     app.add_option("--report", options.reportFile, "Write what was done to this file, as JSON");
+    app.add_flag("--until-input-ends", options.untilInputEnds,
+                 "End with standard input, so that no feed outlives the program that started it");
     app.footer("Examples:\n"
                "  cvfeed                                   1000 frames a second until Ctrl+C\n"
                "  cvfeed --hz 60 --bytes 256               like a camera, with the largest frames\n"

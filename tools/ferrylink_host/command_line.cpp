@@ -11,7 +11,7 @@ namespace Vantor::devhost {
 namespace {
 
 constexpr double kDefaultFeedHz = 1000;
-constexpr quint64 kDefaultHeadlessFrames = 5000;
+constexpr qint64 kDefaultHeadlessFrames = 5000;
 constexpr int kMinFrameBytes = 20; // what a test frame needs
 constexpr int kMaxFrameBytes = 256;
 constexpr double kMaxDurationS = 7 * 24 * 3600;
@@ -42,38 +42,42 @@ struct Texts {
 };
 
 void declareTarget(CLI::App& app, Options& options, Texts& texts) {
-    app.add_option("--adapter", texts.adapter, "A simulated adapter, or real ones over USB")
-        ->check(CLI::IsMember({"virtual", "usb"}))
+    app.add_option("--adapter", texts.adapter, "A simulated adapter, or real ones over USB: virtual or usb")
+        ->type_name("KIND")
+        ->check(CLI::IsMember({"virtual", "usb"}).description(""))
         ->capture_default_str();
     app.add_option("--serial", texts.serial,
                    "Use the adapter with this serial number, and remember it as if chosen in the panel");
     app.add_flag("--headless", options.headless, "No window: run, print what was measured, end");
     app.add_option("--plugin", texts.plugin, "Load this plug-in instead of the one built with this program")
-        ->check(CLI::ExistingFile);
+        ->type_name("FILE");
     app.add_option("--settings", texts.settings,
-                   "Keep settings in this INI file [default: the user's own place]");
+                   "Keep settings in this INI file [default: the user's own place]")
+        ->type_name("FILE");
     app.add_option("--instance", texts.instance,
-                   "Name that tells hosts on one machine apart [default: $VANTOR_INSTANCE]");
-    app.add_option("--report", texts.report, "Write what was measured to this file, as JSON");
+                   "Name that tells hosts on one machine apart [default: $VANTOR_INSTANCE]")
+        ->type_name("NAME");
+    app.add_option("--report", texts.report, "Write what was measured to this file, as JSON")
+        ->type_name("FILE");
 }
 
 void declareRun(CLI::App& app, Options& options) {
-    app.add_option(
-        "--feed", options.feedHz,
-        "Start cvfeed, a process that publishes this many frames a second; 0 is as fast as it can");
-    app.add_option("--bytes", options.frameBytes, "Payload bytes of each of its frames")
-        ->check(CLI::Range(kMinFrameBytes, kMaxFrameBytes));
+    app.add_option("--feed", options.feedHz,
+                   "Start cvfeed, a process that publishes this many frames a second; 0 is as fast as it can")
+        ->type_name("HZ");
+    app.add_option("--bytes", options.frameBytes, "Payload bytes of each of its frames, 20 to 256")
+        ->type_name("N");
     app.add_option(
            "--frames", options.frames,
            "End after this many frames; implies --feed 1000. Headless: 5000 unless --duration is given")
-        ->check(CLI::PositiveNumber);
-    app.add_option("--duration", options.durationS, "End after this many seconds");
+        ->type_name("N");
+    app.add_option("--duration", options.durationS, "End after this many seconds")->type_name("S");
     app.add_option("--unplug-after", options.unplugAfterMs,
-                   "Unplug the simulated adapter this many milliseconds after the first connection")
-        ->check(CLI::Range(0, kMaxDelayMs));
+                   "Unplug the simulated adapter so many milliseconds after the first connection")
+        ->type_name("MS");
     app.add_option("--replug-after", options.replugAfterMs,
-                   "Plug it in again, on another path, this many milliseconds after the unplugging")
-        ->check(CLI::Range(0, kMaxDelayMs));
+                   "Plug it in again, on another path, so many milliseconds after the unplugging")
+        ->type_name("MS");
 }
 
 /// What the declarations cannot say. The comparisons also refuse what is not a number.
@@ -82,8 +86,16 @@ void validate(const Options& options) {
         throw CLI::ValidationError("--feed", "a rate is 0, or from 0.001 to 1000000");
     if (options.durationS && !(*options.durationS > 0 && *options.durationS <= kMaxDurationS))
         throw CLI::ValidationError("--duration", "a duration is positive, and a week at most");
+    if (options.frames && *options.frames < 1)
+        throw CLI::ValidationError("--frames", "a run has at least one frame");
     if (options.frameBytes && !options.feeds())
         throw CLI::ValidationError("--bytes", "it needs --feed or --frames");
+    if (options.frameBytes && (*options.frameBytes < kMinFrameBytes || *options.frameBytes > kMaxFrameBytes))
+        throw CLI::ValidationError("--bytes", "a frame has 20 to 256 bytes");
+    for (const auto& [name, delay] : {std::pair("--unplug-after", options.unplugAfterMs),
+                                      std::pair("--replug-after", options.replugAfterMs)})
+        if (delay && (*delay < 0 || *delay > kMaxDelayMs))
+            throw CLI::ValidationError(name, "a delay is 0 to 3600000 milliseconds");
     if (options.unplugAfterMs && !options.virtualAdapter)
         throw CLI::ValidationError("--unplug-after", "only a simulated adapter can be unplugged");
     if (options.replugAfterMs && !options.unplugAfterMs)

@@ -22,7 +22,7 @@ struct Options {
     QString instance;                 ///< name of the shared-memory blocks' family; empty is the ordinary one
     std::optional<double> feedHz;     ///< rate of a feeding process; none when not set
     std::optional<int> frameBytes;    ///< the feeding process's own default when not set
-    std::optional<quint64> frames;    ///< the feed, and with it the run, ends after this many
+    std::optional<qint64> frames;     ///< the feed, and with it the run, ends after this many
     std::optional<double> durationS;  ///< the run ends after this many seconds
     std::optional<int> unplugAfterMs; ///< from the first connection on
     std::optional<int> replugAfterMs; ///< from the unplugging on

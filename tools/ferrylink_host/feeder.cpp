@@ -13,8 +13,8 @@ namespace {
 constexpr int kEndPatienceMs = 2000;
 
 QStringList argumentsFor(const Options& options, const QString& reportFile) {
-    QStringList arguments{QStringLiteral("--hz"), QString::number(*options.feedHz, 'g', 12),
-                          QStringLiteral("--report"), reportFile};
+    QStringList arguments{QStringLiteral("--until-input-ends"), QStringLiteral("--hz"),
+                          QString::number(*options.feedHz, 'g', 12), QStringLiteral("--report"), reportFile};
     if (options.frameBytes)
         arguments << QStringLiteral("--bytes") << QString::number(*options.frameBytes);
     if (options.frames)
@@ -64,7 +64,7 @@ void Feeder::start(const Options& options) {
 void Feeder::stop() {
     if (process.state() == QProcess::NotRunning)
         return;
-    process.terminate();
+    process.closeWriteChannel(); // its standard input: asks it to end, on every system
     if (!process.waitForFinished(kEndPatienceMs)) {
         process.kill();
         process.waitForFinished(kEndPatienceMs);

@@ -229,8 +229,7 @@ void HostRun::judge(const RunReport& report) {
                                               : report.rates[QStringLiteral("cv_hz")].toInteger() > 0;
     if (options.feeds() && connectedOnce && !forwarded)
         fail(QStringLiteral("No frame was forwarded to the adapter."));
-    if (options.frames && frames.published.value_or(0) != static_cast<qint64>(*options.frames) &&
-        connectedOnce)
+    if (options.frames && frames.published.value_or(0) != *options.frames && connectedOnce)
         fail(QStringLiteral("Of %1 frames %2 were published.")
                  .arg(*options.frames)
                  .arg(frames.published.value_or(0)));

@@ -62,7 +62,7 @@ int run(const Options& options) {
     QObject::connect(&interrupt, &Interrupt::requested, &hostRun, &HostRun::interrupt);
     QObject::connect(&hostRun, &HostRun::ended, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
     QMetaObject::invokeMethod(&hostRun, &HostRun::begin, Qt::QueuedConnection);
-    QApplication::exec();
+    QCoreApplication::exec();
 
     const RunReport report = hostRun.finish();
     session.shutDown();
@@ -76,12 +76,14 @@ int main(int argc, char** argv) {
     const std::optional<Options> options = parseCommandLine(argc, argv, exitCode);
     if (!options)
         return exitCode;
-    if (options->headless)
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    else if (displayIsMissing())
+    if (!options->headless && displayIsMissing())
         return refuse(QStringLiteral("There is no display for a window. Use --headless, or set DISPLAY."));
     int qtArgc = 1; // the options are ours, none of them is for Qt
-    QApplication application(qtArgc, argv);
-    QApplication::setApplicationName(QStringLiteral("ferrylink-host"));
+    std::unique_ptr<QCoreApplication> application;
+    if (options->headless)
+        application = std::make_unique<QCoreApplication>(qtArgc, argv);
+    else
+        application = std::make_unique<QApplication>(qtArgc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("ferrylink-host"));
     return run(*options);
 }

@@ -163,7 +163,7 @@ QString RunReport::summary() const {
                               .arg(number(controllerInputWrites), number(controllerReportWrites)));
     if (disconnections > 0)
         all += line("Connection",
-                    QStringLiteral("lost %1 times, back %2 times%3")
+                    QStringLiteral("%1 lost, %2 regained%3")
                         .arg(disconnections)
                         .arg(reconnections)
                         .arg(reconnectionMs ? QStringLiteral(", %1 ms after plugging in").arg(*reconnectionMs)

@@ -80,12 +80,12 @@ void FerryLinkThread::stop() {
         return;
     runState.requestStop();
     wait();
+    runState.end();
     if (device != nullptr) {
         writeReport(device, kClosingReport);
         device.reset();
     }
     connected.store(false);
-    runState.end();
     emit bridgeStopped();
 }
 

@@ -22,8 +22,10 @@ public:
     }
     /// Worker, first statement of the run.
     void begin() noexcept { phase.exchange(Phase::running); }
-    /// Worker, last statement of the run; and the owner, when it has waited for the thread.
-    void end() noexcept { phase.store(Phase::over); }
+    /// Worker, last statement of the run; and the owner, when it has waited for the thread, before it touches
+    /// what was the worker's. An exchange rather than a store: the owner's then comes visibly behind the
+    /// worker's.
+    void end() noexcept { phase.exchange(Phase::over); }
 
     void requestStop() noexcept { stopFlag.store(true); }
     bool stopRequested() const noexcept { return stopFlag.load(std::memory_order_relaxed); }

@@ -65,8 +65,8 @@ void TitanOutboundThread::stop() {
     mailbox.setReady(false);
     stopEvent.set();
     wait();
-    device.reset();
     runState.end();
+    device.reset();
     emit outboundStopped();
 }
 

@@ -43,7 +43,7 @@ protected:
         const auto before = adapter.statistics().initialisations;
         start();
         adapter.await(VIRTUAL_ADAPTER_COUNT_INITIALISATIONS, before + 1);
-        adapter.awaitReads(1);
+        adapter.awaitTimeOut();
     }
     void stop() {
         test::SignalLog::deliver();
@@ -208,7 +208,7 @@ TEST_F(BridgeThreadTest, ATimeOutDoesNotMakeTheFailuresStartOver) {
     startAndAwaitReading();
     adapter.fail(VIRTUAL_ADAPTER_READ, 1, 99);
     adapter.await(VIRTUAL_ADAPTER_COUNT_READ_FAILURES, 99);
-    adapter.awaitReads(2);
+    adapter.awaitTimeOut();
     adapter.fail(VIRTUAL_ADAPTER_READ, 1, 1);
     log.waitFor("disconnected");
     awaitEnd();
@@ -216,8 +216,8 @@ TEST_F(BridgeThreadTest, ATimeOutDoesNotMakeTheFailuresStartOver) {
 }
 
 TEST_F(BridgeThreadTest, GoesOnWithAnAdapterThatComesBackElsewhere) {
-    virtual_adapter_set_rates(adapter.number, 1000, 1000);
     startAndAwaitReading();
+    virtual_adapter_set_rates(adapter.number, 1000, 1000);
     awaitRecord(input, 0);
     ASSERT_EQ(virtual_adapter_unplug(adapter.number), 0);
     log.waitFor("disconnected");
@@ -229,7 +229,7 @@ TEST_F(BridgeThreadTest, GoesOnWithAnAdapterThatComesBackElsewhere) {
     bridge->setDevicePath("virtual/second");
     bridge->setDeviceSerial(Adapter::kSerial);
     const auto before = input.sequence();
-    startAndAwaitReading();
+    start();
     awaitRecord(input, before);
     stop();
     expectAtRest();

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <vector>
 
 namespace Vantor {
@@ -19,6 +20,10 @@ struct LatencyCase {
     double latencyMs;
     double jitterMs;
 };
+
+void PrintTo(const LatencyCase& latency, std::ostream* out) {
+    *out << latency.name;
+}
 
 class FrameLatency : public testing::TestWithParam<LatencyCase> {};
 

@@ -102,6 +102,18 @@ public:
     void awaitReads(std::uint64_t times) const {
         await(VIRTUAL_ADAPTER_COUNT_READ_CALLS, statistics().read_calls + times);
     }
+    /// Until a read has run into its time-out: all that the adapter had to say has then been read.
+    void awaitTimeOut() const {
+        const auto timeOuts = [](const virtual_adapter_statistics& values) {
+            return values.read_calls - values.reads - values.read_failures;
+        };
+        // One that is still going on counts too, now and at the end.
+        const std::uint64_t before = timeOuts(statistics());
+        for (int call = 0; timeOuts(statistics()) < before + 2; ++call) {
+            ASSERT_LT(call, 10'000) << "the reader is not kept waiting";
+            awaitReads(1);
+        }
+    }
     void inject(const std::vector<std::uint8_t>& report) const {
         EXPECT_EQ(virtual_adapter_inject(number, report.data(), report.size()), 0);
     }

@@ -26,7 +26,8 @@ void ControllerBlock::publish(const ControllerData& record) {
         return;
     // Nobody else writes this block, so its bytes can be compared where they lie.
     const std::byte* current = accessor->getDataPointer();
-    if (current == nullptr || std::memcmp(current, &record, sizeof record) == 0)
+    const auto* bytes = reinterpret_cast<const std::byte*>(&record);
+    if (current == nullptr || std::memcmp(current, bytes, sizeof record) == 0)
         return;
     if (!accessor->writeData(&record, sizeof record, static_cast<std::int64_t>(record.timestampNs))) {
         isRefused = true;

@@ -6,9 +6,11 @@
 #include <cstddef>
 
 extern "C" {
+// NOLINTBEGIN(bugprone-reserved-identifier): the names are glibc's
 void* __libc_malloc(std::size_t bytes);
 void* __libc_calloc(std::size_t count, std::size_t bytes);
 void* __libc_realloc(void* memory, std::size_t bytes);
+// NOLINTEND(bugprone-reserved-identifier)
 
 void* malloc(std::size_t bytes) {
     Vantor::test::noteAllocation();

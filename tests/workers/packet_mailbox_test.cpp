@@ -102,6 +102,7 @@ TEST_F(MailboxTest, NoSubmitterIsLeftBehindWhenRunsEnd) {
     std::atomic<bool> isOver{false};
     std::atomic<int> confirmed{0};
     std::vector<std::thread> submitters;
+    submitters.reserve(kSubmitters);
     for (int i = 0; i < kSubmitters; ++i) {
         submitters.emplace_back([&] {
             while (!isOver.load()) {

@@ -165,7 +165,7 @@ bool compileFormatArgument(CompilerState& state, TypeClass wanted) {
 
 /// Flags, width and precision between the '%' and the conversion.
 std::size_t conversionAt(std::string_view format, std::size_t percent) {
-    return std::min(format.find_first_not_of("-+ 0123456789.", percent + 1), format.size());
+    return std::min(format.find_first_not_of(" -+0123456789.", percent + 1), format.size());
 }
 
 bool compileFormat(CompilerState& state, Opcode opcode) {

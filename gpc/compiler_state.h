@@ -21,7 +21,7 @@
 namespace Vantor::gpc {
 
 /// Deeper sources than this are machine-made; the limits keep the compiler's own stack small.
-inline constexpr std::uint32_t kMaxExpressionDepth = 200;
+inline constexpr std::uint32_t kMaxExpressionDepth = 400; // a parenthesis takes two
 inline constexpr std::uint32_t kMaxStatementDepth = 200;
 
 enum class BodyKind : std::uint8_t { None, Init, Main, Combo, Function };

@@ -22,6 +22,7 @@ constexpr InitializerMessages kGlobalMessages{
     "expected '{' or '(' to start array initializer",
     "expected closing delimiter after array initializer",
     "expected closing delimiter after array initializer",
+    "array initializer has more values than the declared length",
 };
 
 constexpr InitializerMessages kPointerArrayMessages{
@@ -33,6 +34,7 @@ constexpr InitializerMessages kPointerArrayMessages{
     "expected '{' or '(' to start pointer array initializer",
     "expected closing delimiter after pointer array initializer",
     "expected closing delimiter after pointer array initializer",
+    "array initializer has more values than the declared length",
 };
 
 struct Declarator {

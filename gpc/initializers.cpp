@@ -91,7 +91,8 @@ bool readScalarInitializer(CompilerState& state, Type type, const InitializerMes
 
 namespace {
 
-bool readString(CompilerState& state, std::uint32_t limit, std::vector<std::uint32_t>& values) {
+bool readString(CompilerState& state, std::uint32_t limit, const InitializerMessages& messages,
+                std::vector<std::uint32_t>& values) {
     const std::uint32_t token = state.at;
     std::uint32_t end = 0;
     const auto content = stringContent(state, token, end);
@@ -102,7 +103,7 @@ bool readString(CompilerState& state, std::uint32_t limit, std::vector<std::uint
     if (limit == 0 || values.size() < limit)
         values.push_back(0);
     if (limit != 0 && values.size() > limit)
-        return state.fail(token, "array initializer has more values than the declared length");
+        return state.fail(token, messages.excess);
     state.at = end;
     return true;
 }
@@ -121,7 +122,7 @@ bool readElement(CompilerState& state, Type type, const InitializerMessages& mes
 bool readArrayInitializer(CompilerState& state, Type element, std::uint32_t limit,
                           const InitializerMessages& messages, std::vector<std::uint32_t>& values) {
     if (state.is(TokenKind::StringLiteral) && !element.pointer && element.width() == 1)
-        return readString(state, limit, values);
+        return readString(state, limit, messages, values);
     const bool braces = state.is(TokenKind::LBrace);
     if (!braces && !state.is(TokenKind::LParen))
         return state.fail(state.at, messages.open);
@@ -135,7 +136,7 @@ bool readArrayInitializer(CompilerState& state, Type element, std::uint32_t limi
         if (!readElement(state, element, messages, bits))
             return false;
         if (limit != 0 && values.size() == limit)
-            return state.fail(token, "array initializer has more values than the declared length");
+            return state.fail(token, messages.excess);
         values.push_back(bits);
         if (!state.is(close) && !state.accept(TokenKind::Comma)) {
             const bool ended = state.is(TokenKind::EndOfInput) || state.is(TokenKind::Semicolon);

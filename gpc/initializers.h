@@ -21,6 +21,7 @@ struct InitializerMessages {
     std::string_view open;         ///< no '{' or '('
     std::string_view close;        ///< neither ',' nor the closing delimiter
     std::string_view unterminated; ///< the declaration ends inside the values
+    std::string_view excess;       ///< more values than the declared length
 };
 
 /// The bits that a variable of the type holds for a constant; false with a message at `token`.

@@ -105,6 +105,7 @@ constexpr InitializerMessages kLocalValues{
     "expected '{' to start array initializer",
     "expected closing delimiter after array initializer",
     "unterminated array initializer",
+    {}, // as its storage class calls it
 };
 
 const LocalMessages& messagesFor(StorageClass storage) {
@@ -153,8 +154,10 @@ bool checkBrackets(CompilerState& state, const Variable& scanned, const LocalMes
 bool explainArrayValues(CompilerState& state, const Variable& scanned, const LocalMessages& messages,
                         bool inferred) {
     const std::uint32_t token = state.at;
+    InitializerMessages faults = kLocalValues;
+    faults.excess = messages.arrayValues;
     std::vector<std::uint32_t> values;
-    if (!readArrayInitializer(state, scanned.type, inferred ? 0 : scanned.count, kLocalValues, values))
+    if (!readArrayInitializer(state, scanned.type, inferred ? 0 : scanned.count, faults, values))
         return false;
     const bool missing =
         scanned.storage == StorageClass::FunctionLocal && !inferred && values.size() < scanned.count;

@@ -19,6 +19,7 @@ constexpr InitializerMessages kStaticMessages{
     "expected '{' or '(' to start array initializer",
     "expected closing delimiter after array initializer",
     "unterminated static local initializer",
+    "array initializer has more values than the declared length",
 };
 
 /// Errors inside are not recorded: the pass that compiles the declaration finds them again.

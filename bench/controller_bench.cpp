@@ -86,7 +86,8 @@ public:
         decodeControllerState(layout, staging, lengths, decoded);
         const ControllerData record =
             makeControllerData(decoded, static_cast<std::uint64_t>(platform::monotonicNowNs()), true);
-        if (std::memcmp(target, &record, sizeof record) != 0)
+        const auto* bytes = reinterpret_cast<const std::byte*>(&record);
+        if (std::memcmp(target, bytes, sizeof record) != 0)
             std::memcpy(target, &record, sizeof record);
     }
 

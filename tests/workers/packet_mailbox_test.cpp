@@ -1,3 +1,5 @@
+// What can only be seen from the worker's side; the rest is tested through the thread.
+
 #include "workers/packet_mailbox.h"
 
 #include <gtest/gtest.h>
@@ -26,61 +28,6 @@ protected:
 
     PacketMailbox mailbox;
 };
-
-TEST_F(MailboxTest, RefusesAtOnceWhatItCannotTake) {
-    EXPECT_FALSE(mailbox.submit(kPacket)) << "not ready";
-    mailbox.setReady(true);
-    EXPECT_FALSE(mailbox.submit({})) << "empty";
-    EXPECT_FALSE(mailbox.submit(std::vector<std::uint8_t>(65))) << "too long";
-    bool isServed = false;
-    mailbox.serve([&](const OutputReport&) { return isServed = true; });
-    EXPECT_FALSE(isServed) << "a refused packet must not reach the worker";
-}
-
-TEST_F(MailboxTest, AnswersWhetherTheWriteSucceeded) {
-    mailbox.setReady(true);
-    // A long packet first: none of its bytes may show behind the shorter one.
-    for (const std::size_t size : {64U, 3U}) {
-        for (const bool isWritten : {true, false}) {
-            const std::vector<std::uint8_t> packet(size, 0x5A);
-            auto answer = std::async(std::launch::async, [&] { return mailbox.submit(packet); });
-            awaitRequest();
-            OutputReport expected{};
-            std::copy(packet.begin(), packet.end(), expected.begin() + 1);
-            mailbox.serve([&](const OutputReport& report) {
-                EXPECT_EQ(report, expected);
-                return isWritten;
-            });
-            EXPECT_EQ(answer.get(), isWritten);
-        }
-    }
-}
-
-TEST_F(MailboxTest, TakesOneSubmissionAtATime) {
-    mailbox.setReady(true);
-    auto first = submitElsewhere();
-    awaitRequest();
-    EXPECT_FALSE(mailbox.submit(kPacket)) << "submitted";
-    mailbox.serve([&](const OutputReport&) {
-        EXPECT_FALSE(mailbox.submit(kPacket)) << "being written";
-        return true;
-    });
-    EXPECT_TRUE(first.get());
-}
-
-TEST_F(MailboxTest, ClosingRefusesTheSubmissionThatWaits) {
-    mailbox.setReady(true);
-    auto waiting = submitElsewhere();
-    awaitRequest();
-    mailbox.close();
-    EXPECT_FALSE(waiting.get());
-    mailbox.reset();
-    mailbox.setReady(true);
-    auto next = submitElsewhere();
-    awaitRequest();
-    mailbox.serve([](const OutputReport&) { return true; });
-    EXPECT_TRUE(next.get()) << "the slot is free again";
-}
 
 TEST_F(MailboxTest, ResetLeavesASubmissionInFlightToItsSubmitter) {
     mailbox.setReady(true);

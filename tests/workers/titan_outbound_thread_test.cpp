@@ -90,7 +90,7 @@ protected:
 TEST_F(OutboundThreadTest, SendsEachFrameByteForByte) {
     startAndAwaitReady();
     std::uint64_t sent = 0;
-    for (const std::size_t frameBytes : {1U, 60U, 61U, 255U, 256U}) {
+    for (const std::size_t frameBytes : {256U, 1U, 60U, 61U, 120U, 255U}) {
         const std::size_t length = std::min<std::size_t>(frameBytes, 255);
         const std::size_t packets = (length + 59) / 60;
         publish(frameBytes);

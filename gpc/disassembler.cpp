@@ -83,7 +83,7 @@ private:
     std::size_t codeOffset = 0;
     std::size_t imageOffset = 0;
     std::size_t mainOffset = 0;
-    std::vector<bool> startsInstruction;
+    std::vector<std::uint8_t> startsInstruction;              ///< flags
     std::map<std::size_t, std::string> labels;                // by code address
     std::map<std::size_t, ImagePart> parts;                   // by file offset
     std::map<std::uint32_t, std::string> comboOf;             // by the operand of the state slot
@@ -182,7 +182,7 @@ private:
             if (!decoded) {
                 return false;
             }
-            startsInstruction[at] = true;
+            startsInstruction[at] = 1;
             switch (decoded->info->opcode) {
             case Opcode::EndInit:
                 mainOffset = at + decoded->size;

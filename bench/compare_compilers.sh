@@ -1,6 +1,7 @@
 #!/bin/sh
 # Times 'gpc compile' as a whole process beside luac and tcc on the same program in their languages, in turns, and prints
-# medians and ratios. Usage: bench/compare_compilers.sh [BUILD_DIRECTORY] [ROUNDS]
+# ratios. Median and least of wall time and of processor time; "nothing" is /bin/true, the least that a process costs on
+# this machine. Usage: bench/compare_compilers.sh [BUILD_DIRECTORY] [ROUNDS]
 set -eu
 
 build=${1:-build/release}
@@ -18,14 +19,14 @@ gpc, lua, tcc, work, rounds = sys.argv[1], sys.argv[2], sys.argv[3], sys.argv[4]
 
 
 def run(arguments):
-    """Seconds from start to end of one process; posix_spawn keeps our own share small."""
+    """Seconds of wall time and of processor time of one process; posix_spawn keeps our own share small."""
     begin = time.perf_counter()
     process = os.posix_spawn(arguments[0], arguments, os.environ)
-    _, status = os.waitpid(process, 0)
+    _, status, usage = os.wait4(process, 0)
     took = time.perf_counter() - begin
     if status != 0:
         sys.exit("failed: " + " ".join(arguments))
-    return took
+    return took, usage.ru_utime + usage.ru_stime
 
 
 def commands(name):
@@ -34,6 +35,7 @@ def commands(name):
         result["luac"] = [lua, "-o", f"{work}/{name}.luac", f"{work}/{name}.lua"]
     if tcc:
         result["tcc"] = [tcc, "-c", f"{work}/{name}.c", "-o", f"{work}/{name}.o"]
+    result["nothing"] = ["/bin/true"]
     return result
 
 
@@ -44,13 +46,17 @@ def compare(name, count):
         for compiler, arguments in chosen.items():
             times.setdefault(compiler, []).append(run(arguments))
     sizes = {"gpc": "gpc", "luac": "lua", "tcc": "c"}
-    ours = statistics.median(times["gpc"])
-    print(f"{name}: median of {count} runs each, in turns")
+    columns = [("wall median", 0, statistics.median), ("wall least", 0, min), ("cpu median", 1, statistics.median)]
+    print(f"{name}: {count} runs each, in turns; ms, and what part of it gpc takes")
     for compiler, taken in times.items():
-        median = statistics.median(taken)
-        size = os.path.getsize(f"{work}/{name}.{sizes[compiler]}")
-        print(f"  {compiler:5} {median * 1000:8.2f} ms  {size:8} bytes of source"
-              + ("" if compiler == "gpc" else f"  gpc takes {ours / median:.2f} of it"))
+        row = f"  {compiler:8}"
+        for title, index, pick in columns:
+            value = pick([sample[index] for sample in taken]) * 1000
+            ours = pick([sample[index] for sample in times["gpc"]]) * 1000
+            row += f" {title} {value:7.2f} ({ours / value:4.2f})  "
+        if compiler in sizes:
+            row += f" {os.path.getsize(f'{work}/{name}.{sizes[compiler]}')} bytes of source"
+        print(row)
 
 
 compare("full_slot", rounds)

@@ -26,8 +26,10 @@ struct Parts {
     const char* mainBegin;
     const char* mainEnd;
     const char* comment;
-    const char* macro;    ///< "" where the language has none
-    const char* useMacro; ///< in the head, once per unit
+    const char* macro; ///< "" where the language has none
+    const char* sumBegin;
+    const char* term; ///< of the sum, once per unit; a constant
+    const char* sumEnd;
 };
 
 const Parts& partsOf(Language language) {
@@ -49,7 +51,9 @@ const Parts& partsOf(Language language) {
         "// What the next lines do is explained here at some length, as careful authors do, number @.\n"
         "/* A block comment as well, which goes over\n   two lines and holds a # and a \" on purpose. */\n",
         "#define LIMIT@ (@ + 100)\n#define SCALED@(x, y) ((x) * LIMIT@ + (y))\n",
-        "const int32 scaled@ = SCALED@(@ % 9, LIMIT@) % 1000;\n"};
+        "const int32 sum = 0\n",
+        "    + SCALED@(@ % 9, LIMIT@) % 1000\n",
+        ";\n"};
     static constexpr Parts kC{
         "int total;\nstatic const short table[8] = {3, 1, 4, 1, 5, 9, 2, 6};\n",
         "static int step@(int value, short by) {\n"
@@ -68,7 +72,9 @@ const Parts& partsOf(Language language) {
         "// What the next lines do is explained here at some length, as careful authors do, number @.\n"
         "/* A block comment as well, which goes over\n   two lines and holds a # and a \" on purpose. */\n",
         "#define LIMIT@ (@ + 100)\n#define SCALED@(x, y) ((x) * LIMIT@ + (y))\n",
-        "static const int scaled@ = SCALED@(@ % 9, LIMIT@) % 1000;\n"};
+        "const int sum = 0\n",
+        "    + SCALED@(@ % 9, LIMIT@) % 1000\n",
+        ";\n"};
     static constexpr Parts kLua{
         "total = 0\nlocal tab = {3, 1, 4, 1, 5, 9, 2, 6}\n",
         "function step@(value, by)\n"
@@ -88,13 +94,15 @@ const Parts& partsOf(Language language) {
         "-- What the next lines do is explained here at some length, as careful authors do, number @.\n"
         "--[[ A block comment as well, which goes over\n   two lines and holds a # and a \" on purpose. ]]\n",
         "",
-        "scaled@ = ((@ % 9) * (@ + 100) + (@ + 100)) % 1000\n"};
+        "sum = 0\n",
+        "    + ((@ % 9) * (@ + 100) + (@ + 100)) % 1000\n",
+        "\n"};
     return language == Language::Script ? kScript : language == Language::C ? kC : kLua;
 }
 
 constexpr std::size_t kUnitsOfAFullSlot = 58;
-constexpr std::size_t kMostCodeUnits = 200;
-constexpr std::size_t kMostConstants = 1000; ///< they take image bytes, and addresses have 16 bits
+constexpr std::size_t kMostFunctions = 56; ///< what fits a memory slot
+constexpr std::size_t kMostMacros = 256;   ///< pairs; more uses than definitions, as in real sources
 
 } // namespace
 
@@ -115,18 +123,17 @@ std::string longProgram(Language language, std::size_t bytes) {
     const Parts& parts = partsOf(language);
     std::string text = parts.head;
     std::string calls;
+    for (std::size_t i = 0; i < kMostFunctions && text.size() < bytes / 2; ++i) {
+        text += numbered(parts.comment, i) + numbered(parts.function, i);
+        calls += numbered(parts.call, i);
+    }
+    text += parts.sumBegin;
     for (std::size_t i = 0; text.size() + calls.size() < bytes; ++i) {
         text += numbered(parts.comment, i);
-        text += numbered(parts.macro, i);
-        if (i < kMostConstants) {
-            text += numbered(parts.useMacro, i);
-        }
-        if (i % 4 == 0 && i / 4 < kMostCodeUnits) {
-            text += numbered(parts.function, i);
-            calls += numbered(parts.call, i);
-        }
+        text += i < kMostMacros ? numbered(parts.macro, i) : "";
+        text += numbered(parts.term, i % kMostMacros);
     }
-    return text + parts.mainBegin + calls + parts.mainEnd;
+    return text + parts.sumEnd + parts.mainBegin + calls + parts.mainEnd;
 }
 
 } // namespace Vantor::bench

@@ -455,7 +455,10 @@ private:
             }
         }
         if (fixedWanted) {
-            const std::uint32_t word = chance(50) ? next() >> below(16) : interestingWord();
+            // Numbers with few digits make exact halves, where rounding shows.
+            const std::uint32_t word = chance(40)   ? static_cast<std::uint32_t>(below(64) - 32) << below(24)
+                                       : chance(50) ? next() >> below(16)
+                                                    : interestingWord();
             const auto bits = static_cast<std::int32_t>(fit(word, Scalar::fix32));
             return Node{.kind = Kind::Constant, .word = Word::Fixed, .value = bits};
         }
@@ -559,6 +562,26 @@ private:
         return node;
     }
 
+    /// A math builtin on integers or on fix32; `depth` is that of the arguments.
+    Node math(bool fixedWanted, int depth) {
+        struct Builtin {
+            const char* name;
+            int arguments;
+        };
+        static constexpr std::array<Builtin, 4> kAny{{{"abs", 1}, {"min", 2}, {"max", 2}, {"clamp", 3}}};
+        static constexpr std::array<Builtin, 4> kFixed{
+            {{"lerp", 3}, {"floor", 1}, {"ceil", 1}, {"round", 1}}};
+        const Builtin builtin = fixedWanted && chance(50) ? pick(kFixed) : pick(kAny);
+        Node node{.kind = Kind::Math, .word = fixedWanted ? Word::Fixed : Word::Signed, .op = builtin.name};
+        for (int i = 0; i < builtin.arguments; ++i) {
+            node.kids.push_back(fixedWanted ? fixed(depth) : integer(depth));
+            if (node.kids.back().word == Word::Unsigned) {
+                node.word = Word::Unsigned;
+            }
+        }
+        return node;
+    }
+
     Node integer(int depth) {
         static constexpr std::array kOps{"+", "-", "*", "/", "%", "&", "|", "^", "<<", ">>"};
         static constexpr std::array kLogical{"&&", "||", "^^"};
@@ -591,8 +614,11 @@ private:
             node.kids.push_back(chance(60) ? integer(depth - 1) : fixed(depth - 1));
             return node;
         }
-        if (choice < 79) {
+        if (choice < 78) {
             return conditional(false, depth - 1);
+        }
+        if (choice < 81) {
+            return math(false, depth - 1);
         }
         if (choice < 86) {
             auto call =
@@ -640,6 +666,9 @@ private:
         if (choice < 88) {
             auto place = target(true, depth - 1);
             return place ? sideEffect(std::move(*place), depth) : leaf(true);
+        }
+        if (choice < 94) {
+            return math(true, depth - 1);
         }
         return leaf(true);
     }

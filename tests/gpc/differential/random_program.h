@@ -36,6 +36,7 @@ enum class Kind : std::uint8_t {
     Logical,     // op (&& || ^^); left, right
     Conditional, // condition, then, else
     Call,        // function; one argument per parameter
+    Math,        // op (the name of a math builtin); its arguments
     Address,     // the argument for a pointer parameter: Variable, or array variable with an index
     Assign,      // op (= += ...); target, value
     Step,        // op (++ --), value 1 for the prefix form; target

@@ -272,6 +272,8 @@ private:
             return conditional(node);
         case Kind::Call:
             return call(node);
+        case Kind::Math:
+            return math(node);
         case Kind::Assign:
             return assign(node);
         case Kind::Step: {
@@ -368,6 +370,15 @@ private:
         return result;
     }
 
+    std::string math(const Node& node) {
+        std::string arguments;
+        for (const Node& kid : node.kids) {
+            arguments += (arguments.empty() ? "" : ", ") + expression(kid);
+        }
+        const bool isUnsigned = node.word == Word::Unsigned;
+        return set("math_" + std::string(node.op) + (isUnsigned ? "_unsigned(" : "(") + arguments + ")");
+    }
+
     std::string call(const Node& node) {
         const Function& callee = program.functions[indexOf(node.function)];
         std::string arguments;
@@ -448,6 +459,18 @@ static u32 rounded(int64_t n, int64_t d) { /* n / d to the nearest, halves away 
 }
 static u32 mul_fixed(u32 a, u32 b) { return rounded((int64_t)(i32)a * (i32)b, 65536); }
 static u32 div_fixed(u32 a, u32 b) { return b == 0 ? 0 : rounded((int64_t)(i32)a * 65536, (i32)b); }
+static u32 math_abs(u32 a) { return (i32)a < 0 ? 0u - a : a; }
+static u32 math_abs_unsigned(u32 a) { return a; }
+static u32 math_min(u32 a, u32 b) { return (i32)b < (i32)a ? b : a; }
+static u32 math_min_unsigned(u32 a, u32 b) { return b < a ? b : a; }
+static u32 math_max(u32 a, u32 b) { return (i32)b > (i32)a ? b : a; }
+static u32 math_max_unsigned(u32 a, u32 b) { return b > a ? b : a; }
+static u32 math_clamp(u32 a, u32 low, u32 high) { return math_min(math_max(a, low), high); }
+static u32 math_clamp_unsigned(u32 a, u32 low, u32 high) { return math_min_unsigned(math_max_unsigned(a, low), high); }
+static u32 math_lerp(u32 a, u32 b, u32 t) { return a + mul_fixed(b - a, t); }
+static u32 math_floor(u32 a) { i32 whole = (i32)a / 65536; return (u32)(whole - ((i32)a < 0 && (i32)a % 65536 != 0)) * 65536u; }
+static u32 math_ceil(u32 a) { i32 whole = (i32)a / 65536; return (u32)(whole + ((i32)a > 0 && (i32)a % 65536 != 0)) * 65536u; }
+static u32 math_round(u32 a) { return rounded((i32)a, 65536) * 65536u; }
 static u32 fixed_to_integer(u32 a) { return (u32)((i32)a / 65536); }
 static void show(const void *data, int count, int width) {
   int i, k;

@@ -264,8 +264,10 @@ private:
         case Kind::Conditional:
             return operand(node.kids[0], kConditionalRank + 1) + " ? " + expression(node.kids[1]) + " : " +
                    operand(node.kids[2], kConditionalRank);
-        case Kind::Call: {
-            std::string call = program.functions[indexOf(node.function)].name + "(";
+        case Kind::Call:
+        case Kind::Math: {
+            std::string call =
+                (node.kind == Kind::Math ? node.op : program.functions[indexOf(node.function)].name) + "(";
             for (std::size_t i = 0; i < node.kids.size(); ++i) {
                 call += (i > 0 ? ", " : "") + expression(node.kids[i]);
             }

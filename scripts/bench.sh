@@ -4,6 +4,7 @@
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
+need lua5.4 tcc
 shopt -s nullglob
 benches=(build/release/bin/*_bench)
 [ ${#benches[@]} -gt 0 ] || die "nothing to run in build/release/bin; run scripts/test.sh bench"
@@ -11,3 +12,5 @@ for bench in "${benches[@]}"; do
   say "$(basename "$bench")"
   "$bench"
 done
+say "gpc beside luac and tcc, as whole processes"
+bench/compare_compilers.sh

@@ -35,8 +35,8 @@ struct Builtin {
     Type result = kVoidType;                 ///< for SameClass arguments: only whether there is one
     BuiltinFamily family = BuiltinFamily::Plain;
     OpcodeOrigin origin = OpcodeOrigin::Ours; ///< of name, opcode and argument count; kinds are always ours
-    std::string_view prefix = {};             ///< of Designator arguments
     Opcode unsignedOpcode = opcode;           ///< for SameClass arguments of which one is uint32
+    std::string_view prefix = {};             ///< of Designator arguments
 
     constexpr std::size_t argumentCount() const {
         std::size_t count = 0;

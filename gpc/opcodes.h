@@ -261,9 +261,8 @@ inline constexpr auto kOurs = OpcodeOrigin::Ours;
 
 } // namespace detail
 
-// clang-format off: one row per instruction, read as a table.
+// One row per instruction, read as a table.
 #include "gpc/opcode_table.inc"
-// clang-format on
 
 /// Bytes that an operand of this kind takes in the file.
 constexpr std::size_t operandSize(OperandKind kind) {

@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Vantor::gpc {
@@ -32,7 +33,7 @@ std::string hexOf(const std::vector<std::uint8_t>& bytes) {
     return hex.substr(0, hex.empty() ? 0 : hex.size() - 1);
 }
 
-std::string tidied(std::string hex) {
+std::string tidied(std::string_view hex) {
     std::string result;
     for (const char digit : hex) {
         if (digit == ' ' && (result.empty() || result.back() == ' '))

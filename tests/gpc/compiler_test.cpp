@@ -177,15 +177,15 @@ TEST(Builtins, ControllerIndices) {
 TEST(Builtins, TheDocumentedOnes) {
     struct Case {
         const char* name;
-        std::uint8_t opcode;
         std::size_t arguments;
+        std::uint8_t opcode;
         Type result;
     };
     const Case cases[] = {
-        {"mxyconverter_hoffset", 0x94, 1, kVoidType}, {"get_actual", 0xA3, 1, kFix32Type},
-        {"time_active", 0xA7, 1, kUInt32Type},        {"check_active", 0xAB, 2, {TypeCode::UInt8}},
-        {"led_vmget", 0xB8, 0, kInt16Type},           {"mouse_get", 0xC8, 1, kInt32Type},
-        {"port_status", 0xF0, 3, {TypeCode::UInt8}},  {"display_overlay", 0xFD, 2, kVoidType}};
+        {"mxyconverter_hoffset", 1, 0x94, kVoidType}, {"get_actual", 1, 0xA3, kFix32Type},
+        {"time_active", 1, 0xA7, kUInt32Type},        {"check_active", 2, 0xAB, {TypeCode::UInt8}},
+        {"led_vmget", 0, 0xB8, kInt16Type},           {"mouse_get", 1, 0xC8, kInt32Type},
+        {"port_status", 3, 0xF0, {TypeCode::UInt8}},  {"display_overlay", 2, 0xFD, kVoidType}};
     for (const Case& c : cases) {
         const Builtin* builtin = findBuiltin(c.name);
         ASSERT_NE(builtin, nullptr) << c.name;

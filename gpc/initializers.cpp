@@ -158,6 +158,13 @@ std::vector<std::uint8_t> encodeValues(const std::vector<std::uint32_t>& values,
     return bytes;
 }
 
+std::uint32_t hashOfBytes(const std::vector<std::uint8_t>& bytes) {
+    std::uint32_t hash = 0x811C9DC5; // FNV-1a
+    for (const std::uint8_t byte : bytes)
+        hash = (hash ^ byte) * 0x01000193;
+    return hash;
+}
+
 bool readArrayLength(CompilerState& state, std::string_view message, std::uint32_t& length) {
     const std::uint32_t token = state.at;
     Operand value;

@@ -41,6 +41,9 @@ bool readArrayInitializer(CompilerState& state, Type element, std::uint32_t limi
 std::vector<std::uint8_t> encodeValues(const std::vector<std::uint32_t>& values, std::uint32_t count,
                                        std::uint32_t width);
 
+/// Tells whether two readings of an initialiser gave the same bytes.
+std::uint32_t hashOfBytes(const std::vector<std::uint8_t>& bytes);
+
 /// An array length at the current token, in front of the ']'.
 bool readArrayLength(CompilerState& state, std::string_view message, std::uint32_t& length);
 

@@ -61,7 +61,7 @@ constexpr LocalMessages kFunctionLocal{
     "expected a positive integer array length",
     "expected ']' after array length",
     "function locals exceed the scanned frame size",
-    "local array initializer does not match its source scan",
+    "local array length uses a constant that is declared later",
     "local array initializer does not match its source scan",
     "inferred local array does not match its source scan",
     "local initializer type does not match the variable type",
@@ -150,22 +150,27 @@ bool checkBrackets(CompilerState& state, const Variable& scanned, const LocalMes
     return state.expect(TokenKind::RBracket, messages.bracket);
 }
 
-/// Why the scan could not take over an array's values. Always false.
-bool explainArrayValues(CompilerState& state, const Variable& scanned, const LocalMessages& messages,
-                        bool inferred) {
+/// The values at the current token once more, with their faults reported. The scan has placed them; where it
+/// read something else (a constant that is declared behind its use, or hidden for a while), the pass stops.
+bool checkArrayValues(CompilerState& state, const LocalDeclaration& local, const LocalMessages& messages,
+                      bool inferred) {
+    const Variable& variable = state.variables[local.variable];
     const std::uint32_t token = state.at;
     InitializerMessages faults = kLocalValues;
     faults.excess = messages.arrayValues;
     std::vector<std::uint32_t> values;
-    if (!readArrayInitializer(state, scanned.type, inferred ? 0 : scanned.count, faults, values))
+    if (!readArrayInitializer(state, variable.type, inferred ? 0 : variable.count, faults, values))
         return false;
-    const bool missing =
-        scanned.storage == StorageClass::FunctionLocal && !inferred && values.size() < scanned.count;
-    if (missing)
+    if (variable.storage == StorageClass::FunctionLocal && !inferred && values.size() < variable.count)
         return state.fail(token, "local array initializer must provide every element");
-    if (scanned.type.pointer && !inferred && values.size() == scanned.count)
+    const bool sameSize =
+        variable.readOnly() ? values.size() <= variable.count : values.size() == variable.count;
+    if (!local.complete && sameSize && variable.type.pointer)
         return state.fail(token, "pointer array string initializer was not allocated");
-    return state.fail(token, inferred ? messages.inferred : messages.arrayValues);
+    const bool same =
+        local.complete && sameSize &&
+        hashOfBytes(encodeValues(values, variable.count, variable.type.width())) == local.valueHash;
+    return same || state.fail(token, inferred ? messages.inferred : messages.arrayValues);
 }
 
 bool compileArrayValues(CompilerState& state, const LocalDeclaration& local, const LocalMessages& messages,
@@ -173,9 +178,8 @@ bool compileArrayValues(CompilerState& state, const LocalDeclaration& local, con
     const Variable& variable = state.variables[local.variable];
     if (!state.accept(TokenKind::Assign))
         return !inferred || state.fail(local.nameToken, messages.inferred);
-    if (!local.complete)
-        return explainArrayValues(state, variable, messages, inferred);
-    state.at = local.endToken;
+    if (!checkArrayValues(state, local, messages, inferred))
+        return false;
     state.code.emit(Opcode::CopyBlock, local.imageAddress);
     state.code.emitU16(variableOperand(variable));
     state.code.emitU16(static_cast<std::uint32_t>(variable.byteSize()));
@@ -202,10 +206,6 @@ bool compileScalarValue(CompilerState& state, const Variable& variable, const Lo
 bool checkFixedValue(CompilerState& state, const LocalDeclaration& local, const LocalMessages& messages,
                      bool inferred) {
     const Variable& variable = state.variables[local.variable];
-    if (local.complete) {
-        state.at = local.endToken;
-        return true;
-    }
     if (!state.accept(TokenKind::Assign)) {
         if (!variable.readOnly())
             return !inferred || state.fail(local.nameToken, messages.inferred);
@@ -214,11 +214,14 @@ bool checkFixedValue(CompilerState& state, const LocalDeclaration& local, const 
                                         : "const-local scalars require an initializer");
     }
     if (variable.array)
-        return explainArrayValues(state, variable, messages, inferred);
+        return checkArrayValues(state, local, messages, inferred);
     const std::uint32_t token = state.at;
-    std::uint32_t bits = 0;
-    return readScalarInitializer(state, variable.type, kLocalValues, bits) &&
-           state.fail(token, messages.declaration);
+    std::vector<std::uint32_t> values(1);
+    if (!readScalarInitializer(state, variable.type, kLocalValues, values[0]))
+        return false;
+    const bool same =
+        local.complete && hashOfBytes(encodeValues(values, 1, variable.type.width())) == local.valueHash;
+    return same || state.fail(token, "local initializer uses a constant that is declared later");
 }
 
 bool compileDeclarator(CompilerState& state, Type type, const LocalMessages& messages) {

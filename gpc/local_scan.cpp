@@ -186,8 +186,9 @@ bool BodyScan::scanConst(LocalDeclaration& local, bool inferred) {
         if (variable.count == 0 || variable.byteSize() > kMaxImageEnd)
             return false;
     }
-    variable.address = static_cast<std::uint16_t>(
-        state.image.append(encodeValues(values, variable.count, variable.type.width())));
+    const auto bytes = encodeValues(values, variable.count, variable.type.width());
+    variable.address = static_cast<std::uint16_t>(state.image.append(bytes));
+    local.valueHash = hashOfBytes(bytes);
     local.complete = true;
     return true;
 }
@@ -203,7 +204,9 @@ void BodyScan::scanArrayValues(LocalDeclaration& local, bool inferred) {
         variable.count = static_cast<std::uint32_t>(values.size());
     if (values.empty() || values.size() != variable.count)
         return;
-    local.imageAddress = state.image.append(encodeValues(values, variable.count, variable.type.width()));
+    const auto bytes = encodeValues(values, variable.count, variable.type.width());
+    local.imageAddress = state.image.append(bytes);
+    local.valueHash = hashOfBytes(bytes);
     local.complete = true;
 }
 

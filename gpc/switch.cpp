@@ -108,7 +108,7 @@ bool compileCase(CompilerState& state) {
     if (open.seen.test(value.bits))
         return state.fail(token, "duplicate switch case value");
     if (!state.switches[open.record].values.test(value.bits))
-        return false; // the scan has not seen it
+        return state.fail(token, "case value uses a constant that is declared later");
     open.seen.set(value.bits);
     open.targets.emplace_back(value.bits, state.code.here());
     return state.expect(TokenKind::Colon, "expected ':' after case value");

@@ -77,7 +77,8 @@ struct LocalDeclaration {
     std::uint32_t variable = kNoIndex;
     std::uint32_t endToken = 0;     ///< the ',' or ';' behind the declarator
     std::uint32_t imageAddress = 0; ///< of an array's initial values
-    bool complete = false;          ///< initial values and length are known
+    bool complete = false;          ///< length and initial values, if any, are known
+    std::uint32_t valueHash = 0;    ///< of the encoded initial values
 };
 
 /// Which variable, function and combo each name means now. Variables are scoped, the others are not.

@@ -162,9 +162,10 @@ bool BodyScan::scanStatic(LocalDeclaration& local, bool inferred) {
         if (values.empty() || values.size() != variable.count)
             return state.fail(token, "static local array initializer must provide every element");
     }
-    state.initialValues.push_back(
-        {local.variable, encodeValues(values, variable.count, variable.type.width())});
+    auto bytes = encodeValues(values, variable.count, variable.type.width());
+    local.valueHash = hashOfBytes(bytes);
     local.complete = true;
+    state.initialValues.push_back({local.variable, std::move(bytes)});
     return true;
 }
 

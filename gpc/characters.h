@@ -50,12 +50,12 @@ inline constexpr std::string_view kIdeographicSpace = "\xE3\x80\x80";
 /// Offset behind the identifier whose first byte stands at `begin`.
 constexpr std::size_t identifierEnd(std::string_view text, std::size_t begin) noexcept {
     std::size_t end = begin + 1;
-    while (end < text.size() && hasClass(text[end], kIdentifierStart | kDigit | kNonAscii)) {
-        if (text[end] == kIdeographicSpace[0] && text.substr(end, 3) == kIdeographicSpace)
-            break;
-        ++end;
+    for (;; ++end) {
+        while (end < text.size() && hasClass(text[end], kIdentifierStart | kDigit))
+            ++end;
+        if (end >= text.size() || !hasClass(text[end], kNonAscii) || text.substr(end, 3) == kIdeographicSpace)
+            return end;
     }
-    return end;
 }
 
 /// Whether a numeric literal begins at `at`: a digit, or a dot directly before one.

@@ -81,7 +81,10 @@ void Lexer::skipBlockComment() noexcept {
 void Lexer::skipBetweenTokens() noexcept {
     while (at < source.size()) {
         const char byte = source[at];
-        if (isSkippedAlone(byte)) {
+        if (hasClass(byte, kIdentifierStart | kDigit))
+            return;
+        // A no-break space is two non-ASCII bytes, so it needs no rule of its own.
+        if (hasClass(byte, kBlank | kNonAscii) || byte == '`' || isEscapedBracket(byte)) {
             ++at;
         } else if (byte == '\n') {
             ++at;
@@ -97,14 +100,6 @@ void Lexer::skipBetweenTokens() noexcept {
             return;
         }
     }
-}
-
-/// Blanks, backquotes, non-ASCII bytes (a no-break space is two of them), and the backslash in front of a
-/// bracket.
-bool Lexer::isSkippedAlone(char byte) const noexcept {
-    if (hasClass(byte, kBlank | kNonAscii) || byte == '`')
-        return true;
-    return byte == '\\' && at + 1 < source.size() && (source[at + 1] == '[' || source[at + 1] == ']');
 }
 
 Token Lexer::take(TokenKind kind, std::size_t end) noexcept {

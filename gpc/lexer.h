@@ -27,7 +27,10 @@ public:
 
 private:
     void skipBetweenTokens() noexcept;
-    bool isSkippedAlone(char byte) const noexcept;
+    /// A backslash directly in front of a bracket; the bracket is the token.
+    bool isEscapedBracket(char byte) const noexcept {
+        return byte == '\\' && at + 1 < source.size() && (source[at + 1] == '[' || source[at + 1] == ']');
+    }
     void skipBlockComment() noexcept;
     void skipTo(std::size_t end) noexcept;
     Token take(TokenKind kind, std::size_t end) noexcept;

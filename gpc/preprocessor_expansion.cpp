@@ -119,22 +119,28 @@ void MacroExpander::popFrame() {
     frames.pop_back();
 }
 
-/// From `at` on, the end of what holds no name of a macro: comments, literals, numbers, names of other
-/// things.
-std::size_t MacroExpander::unchangedEnd(std::string_view text, std::size_t at) {
+/// From `at` on, the end of what is passed on as it is: comments, literals, numbers, names of other things.
+/// `next` is the macro whose name stands there; null at the end of the text and at a paint mark.
+std::size_t MacroExpander::unchangedEnd(std::string_view text, std::size_t at, Macro*& next) {
+    next = nullptr;
     while (at < text.size()) {
         const char byte = text[at];
         if (hasClass(byte, kIdentifierStart)) {
             const std::size_t end = identifierEnd(text, at);
-            if (macros.find(text.substr(at, end - at)))
+            next = macros.find(text.substr(at, end - at));
+            if (next)
                 return at;
             at = end;
+        } else if (hasClass(byte, kBlank)) {
+            ++at;
         } else if (byte == '"' || byte == '\'') {
             at = literalEnd(text, at);
         } else if (byte == '/' && startsComment(text, at)) {
             at = commentEnd(text, at);
         } else if (hasClass(byte, kDigit) || byte == '.') {
             at = startsNumber(text, at) ? numberEnd(text, at) : at + 1;
+        } else if (byte == kPaintMark) {
+            return at;
         } else {
             ++at;
         }
@@ -157,7 +163,12 @@ bool MacroExpander::expandRun(std::string_view file, std::size_t end, OpenState 
     }
 
     for (;;) {
-        at = unchangedEnd(run, at);
+        Macro* macro = nullptr;
+        at = unchangedEnd(run, at, macro);
+        if (!macro && at < end) { // in a file the mark is a byte like any other
+            ++at;
+            continue;
+        }
         output.append(run, copiedTo, at - copiedTo);
         if (output.size() > outputLimit)
             return fail("preprocessed source is too large");
@@ -166,9 +177,9 @@ bool MacroExpander::expandRun(std::string_view file, std::size_t end, OpenState 
             return true;
         lines.beginMade(output.size(), place.line(), place.column());
         pushFrame(run, nullptr);
-        frames.back().at = identifierEnd(run, at);
+        frames.back().at = at + macro->name.size();
         Sink sink{output, false, true};
-        if (!putIdentifier(0, run.substr(at, frames.back().at - at), sink) || !drain(1, 0, sink))
+        if (!putMacroName(0, *macro, sink) || !drain(1, 0, sink))
             return false;
         at = copiedTo = frames.back().at;
         popFrame();
@@ -197,47 +208,43 @@ bool MacroExpander::drain(std::size_t remaining, std::size_t floor, Sink& sink) 
             continue;
         }
         const std::size_t begin = frame.at;
-        const char byte = text[begin];
-        if (hasClass(byte, kIdentifierStart)) {
-            frame.at = identifierEnd(text, begin);
-            if (!putIdentifier(floor, text.substr(begin, frame.at - begin), sink))
-                return false;
-            continue;
-        }
-        if (byte == kPaintMark && begin + 1 < text.size() && hasClass(text[begin + 1], kIdentifierStart)) {
-            frame.at = identifierEnd(text, begin + 1);
-            const std::size_t from = sink.keepPaint ? begin : begin + 1;
-            sink.put(text.substr(from, frame.at - from));
-            continue;
-        }
-        if (byte == '"' || byte == '\'')
-            frame.at = literalEnd(text, begin);
-        else
-            frame.at = startsNumber(text, begin) ? numberEnd(text, begin) : begin + 1;
+        Macro* macro = nullptr;
+        frame.at = unchangedEnd(text, begin, macro);
         sink.put(text.substr(begin, frame.at - begin));
+        if (macro) {
+            frame.at += macro->name.size();
+            if (!putMacroName(floor, *macro, sink))
+                return false;
+        } else if (frame.at < text.size()) {
+            putPaintedName(frame, sink);
+        }
     }
     return true;
 }
 
+/// At a paint mark: the name behind it as it is, with the mark as long as the text will be expanded again.
+void MacroExpander::putPaintedName(Frame& frame, Sink& sink) {
+    const std::size_t mark = frame.at;
+    const bool marksName = mark + 1 < frame.text.size() && hasClass(frame.text[mark + 1], kIdentifierStart);
+    frame.at = marksName ? identifierEnd(frame.text, mark + 1) : mark + 1;
+    const std::size_t from = sink.keepPaint || !marksName ? mark : mark + 1;
+    sink.put(frame.text.substr(from, frame.at - from));
+}
+
 /// The name has just been read from the top frame: begins its expansion, or puts it out as it is.
-bool MacroExpander::putIdentifier(std::size_t floor, std::string_view name, Sink& sink) {
-    Macro* const macro = macros.find(name);
-    if (!macro) {
-        sink.put(name);
-        return true;
-    }
-    if (macro->busy) {
+bool MacroExpander::putMacroName(std::size_t floor, Macro& macro, Sink& sink) {
+    if (macro.busy) {
         if (sink.keepPaint)
             sink.put(std::string_view(&kPaintMark, 1));
-        sink.put(name);
+        sink.put(macro.name);
         return true;
     }
-    if (macro->kind == Macro::Kind::function && !isCalled(floor)) {
-        sink.put(name);
+    if (macro.kind == Macro::Kind::function && !isCalled(floor)) {
+        sink.put(macro.name);
         return true;
     }
     sink.seam = true;
-    if (!beginExpansion(floor, *macro))
+    if (!beginExpansion(floor, macro))
         return false;
     // A name that stands alone in a replacement of megabytes must not build them up unnoticed.
     return sink.text.size() <= outputLimit ? true : fail("macro expansion is too large");

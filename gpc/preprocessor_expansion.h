@@ -71,7 +71,8 @@ private:
     bool fail(std::string message);
     bool charge(std::size_t bytes);
     bool drain(std::size_t remaining, std::size_t floor, Sink& sink);
-    bool putIdentifier(std::size_t floor, std::string_view name, Sink& sink);
+    void putPaintedName(Frame& frame, Sink& sink);
+    bool putMacroName(std::size_t floor, Macro& macro, Sink& sink);
     bool beginExpansion(std::size_t floor, Macro& macro);
     bool isCalled(std::size_t floor);
     bool collectArguments(std::size_t floor, const Macro& macro, std::vector<std::string>& arguments);
@@ -80,7 +81,7 @@ private:
     bool expandArgument(std::string_view argument, std::string& result);
     void pushFrame(std::string_view text, Macro* macro);
     void popFrame();
-    std::size_t unchangedEnd(std::string_view text, std::size_t at);
+    std::size_t unchangedEnd(std::string_view text, std::size_t at, Macro*& next);
     const std::string& objectText(Macro& macro) const;
 
     MacroTable& macros;

@@ -4,6 +4,7 @@
 
 #include "gpc/characters.h"
 #include "gpc/lexer.h"
+#include "gpc/name_hash.h"
 #include "gpc/preprocessor_text.h"
 
 #include <algorithm>
@@ -15,6 +16,7 @@ namespace {
 
 constexpr std::string_view kVariadicName = "__VA_ARGS__";
 constexpr std::string_view kEllipsis = "...";
+constexpr std::size_t kFirstSlotCount = 64;
 
 std::uint64_t lengthBit(std::string_view name) noexcept {
     return std::uint64_t{1} << std::min<std::size_t>(name.size(), 63);
@@ -318,22 +320,54 @@ private:
 
 } // namespace
 
+void MacroTable::grow() {
+    slots.assign(slots.empty() ? kFirstSlotCount : slots.size() * 2, 0);
+    for (std::size_t index = 0; index < macros.size(); ++index) {
+        std::size_t slot = 0;
+        findSlot(macros[index].name, slot);
+        slots[slot] = static_cast<std::uint32_t>(index + 1);
+    }
+}
+
+/// The entry of that name; null when there is none, and then `slot` is where it belongs. At least one slot is
+/// free.
+Macro* MacroTable::findSlot(std::string_view name, std::size_t& slot) {
+    const std::size_t mask = slots.size() - 1;
+    for (slot = hashOfName(name) & mask; slots[slot] != 0; slot = (slot + 1) & mask) {
+        Macro& macro = macros[slots[slot] - 1];
+        if (macro.name == name)
+            return &macro;
+    }
+    return nullptr;
+}
+
 void MacroTable::define(Macro macro) {
     lengthsByFirstByte[static_cast<unsigned char>(macro.name.front())] |= lengthBit(macro.name);
-    std::string key = macro.name;
-    macros.insert_or_assign(std::move(key), std::move(macro));
+    lengthsByLastByte[static_cast<unsigned char>(macro.name.back())] |= lengthBit(macro.name);
+    if (2 * (macros.size() + 1) > slots.size())
+        grow();
+    std::size_t slot = 0;
+    if (Macro* const known = findSlot(macro.name, slot)) {
+        *known = std::move(macro);
+        return;
+    }
+    macros.push_back(std::move(macro));
+    slots[slot] = static_cast<std::uint32_t>(macros.size());
 }
 
 void MacroTable::undefine(std::string_view name) {
-    if (const auto found = macros.find(name); found != macros.end())
-        macros.erase(found);
+    if (Macro* const macro = find(name))
+        macro->defined = false;
 }
 
 Macro* MacroTable::find(std::string_view name) {
-    if ((lengthsByFirstByte[static_cast<unsigned char>(name.front())] & lengthBit(name)) == 0)
+    const std::uint64_t possible = lengthsByFirstByte[static_cast<unsigned char>(name.front())] &
+                                   lengthsByLastByte[static_cast<unsigned char>(name.back())];
+    if ((possible & lengthBit(name)) == 0)
         return nullptr;
-    const auto found = macros.find(name);
-    return found == macros.end() ? nullptr : &found->second;
+    std::size_t slot = 0;
+    Macro* const macro = findSlot(name, slot);
+    return macro && macro->defined ? macro : nullptr;
 }
 
 std::optional<Macro> readDefinition(std::string_view text, std::string& error) {

@@ -6,11 +6,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
+#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace Vantor::gpc {
@@ -32,6 +31,7 @@ struct Macro {
     static constexpr std::size_t kNoParameter = static_cast<std::size_t>(-1);
 
     std::string name;
+    bool defined = true; ///< false after #undef; the name keeps its place in the table
     Kind kind = Kind::object;
     bool variadic = false; ///< the arguments behind the named ones are the parameter after the last name
     bool busy = false;     ///< its replacement is being read right now; its own name in there stays as it is
@@ -45,21 +45,20 @@ public:
     /// Replaces an earlier definition of that name.
     void define(Macro macro);
     void undefine(std::string_view name);
-    /// Null when there is none. The pointer is good until that name is defined or undefined again.
+    /// Null when there is none. The pointer is good until that name is defined again.
     Macro* find(std::string_view name);
 
 private:
-    struct Hash {
-        using is_transparent = void;
-        std::size_t operator()(std::string_view name) const noexcept {
-            return std::hash<std::string_view>{}(name);
-        }
-    };
+    Macro* findSlot(std::string_view name, std::size_t& slot);
+    void grow();
 
-    std::unordered_map<std::string, Macro, Hash, std::equal_to<>> macros;
-    /// Per first byte, one bit for each length of name that was ever defined. Nearly every identifier of a
-    /// source is no macro, and this says so without hashing it.
+    std::deque<Macro> macros; ///< every name ever defined; a deque, so that pointers stay good
+    std::vector<std::uint32_t>
+        slots; ///< open addressing; index into `macros` + 1, 0 when free; a power of two
+    /// One bit for each length of name that was ever defined, per first and per last byte. Nearly every
+    /// identifier of a source is no macro, and this says so without hashing it.
     std::array<std::uint64_t, 256> lengthsByFirstByte{};
+    std::array<std::uint64_t, 256> lengthsByLastByte{};
 };
 
 /// `text`: what follows "#define", without comments. Nothing on failure, with `error` saying why.

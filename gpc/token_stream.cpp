@@ -3,32 +3,14 @@
 #include "gpc/token_stream.h"
 
 #include "gpc/lexer.h"
+#include "gpc/name_hash.h"
 #include "gpc/words.h"
-
-#include <bit>
-#include <cstring>
 
 namespace Vantor::gpc {
 
 namespace {
 
 constexpr std::size_t kFirstSlotCount = 1024;
-
-/// Eight bytes a step: names are most of a source.
-std::uint32_t hashOf(std::string_view name) {
-    constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15;
-    std::uint64_t hash = name.size() * kMultiplier;
-    std::size_t at = 0;
-    for (; at + 8 <= name.size(); at += 8) {
-        std::uint64_t piece = 0;
-        std::memcpy(&piece, name.data() + at, 8);
-        hash = (std::rotl(hash, 23) ^ piece) * kMultiplier;
-    }
-    std::uint64_t rest = 0;
-    std::memcpy(&rest, name.data() + at, name.size() - at);
-    hash = (std::rotl(hash, 23) ^ rest) * kMultiplier;
-    return static_cast<std::uint32_t>(hash >> 32);
-}
 
 } // namespace
 
@@ -46,7 +28,7 @@ void TokenStream::grow() {
 NameId TokenStream::intern(std::string_view name) {
     if (names.size() * 2 >= slots.size())
         grow();
-    const std::uint32_t hash = hashOf(name);
+    const std::uint32_t hash = hashOfName(name);
     std::size_t slot = hash & (slots.size() - 1);
     while (slots[slot] != 0) {
         const NameId candidate = slots[slot] - 1;

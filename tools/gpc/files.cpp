@@ -5,8 +5,8 @@
 #include "gpc/source_file.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -20,6 +20,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// Of an input whose size nobody can tell.
+constexpr std::size_t kFirstReadBytes = 16384;
+
 struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
@@ -30,16 +33,19 @@ bool failed(std::string& error, std::string_view doing, const std::string& path,
     return false;
 }
 
-bool readAll(std::FILE* file, std::size_t limit, std::string& content) {
-    std::array<char, 16384> block;
-    content.clear();
-    while (content.size() < limit) {
-        const std::size_t got =
-            std::fread(block.data(), 1, std::min(block.size(), limit - content.size()), file);
-        if (got == 0)
+/// Reads into the string itself, which is as large as a file of `expected` bytes needs from the beginning.
+bool readAll(std::FILE* file, std::size_t expected, std::size_t limit, std::string& content) {
+    std::size_t length = 0;
+    content.resize(std::min(expected + 1, limit)); // the one byte more finds the end without growing
+    for (;;) {
+        const std::size_t got = std::fread(content.data() + length, 1, content.size() - length, file);
+        length += got;
+        if (got == 0 || length == limit)
             break;
-        content.append(block.data(), got);
+        if (length == content.size())
+            content.resize(std::min(limit, content.size() * 2));
     }
+    content.resize(length);
     return std::ferror(file) == 0;
 }
 
@@ -82,9 +88,14 @@ bool replaceFile(const fs::path& target, bool exists, std::string_view content, 
 
 bool readInput(const std::string& path, std::size_t limit, std::string& content, std::string& error) {
     if (path == kStandardStream)
-        return readAll(stdin, limit, content) || failed(error, "read", "standard input", errno);
+        return readAll(stdin, kFirstReadBytes, limit, content) ||
+               failed(error, "read", "standard input", errno);
     const FilePointer file(std::fopen(path.c_str(), "rb"));
-    if (!file || !readAll(file.get(), limit, content))
+    std::error_code failure;
+    const auto size = fs::file_size(gpc::pathFromUtf8(path), failure);
+    const std::size_t expected =
+        failure ? kFirstReadBytes : static_cast<std::size_t>(std::min<std::uintmax_t>(size, limit));
+    if (!file || !readAll(file.get(), expected, limit, content))
         return failed(error, "read", path, errno);
     return true;
 }

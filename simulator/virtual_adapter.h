@@ -29,7 +29,7 @@ extern "C" {
 #define VIRTUAL_ADAPTER_CAPTURED_REPORTS 4096
 #define VIRTUAL_ADAPTER_ERROR_TEXTS 8
 
-/* ---- Coming and going ------------------------------------------------------------------------ */
+/* ---- Coming and going ---- */
 
 /* What enumeration says of a device. Texts are ASCII and copied. A null `path` makes an entry that cannot be
  * opened; a null `serial` or `manufacturer` is not reported at all (asking an open handle for it fails), an
@@ -62,8 +62,7 @@ VIRTUAL_ADAPTER_API int virtual_adapter_remove(int adapter);
  * must still be closed. */
 VIRTUAL_ADAPTER_API void virtual_adapter_reset(void);
 
-/* ---- Faults
- * ------------------------------------------------------------------------------------------------ */
+/* ---- Faults ---- */
 
 enum virtual_adapter_operation {
     VIRTUAL_ADAPTER_WRITE,     /* hid_write returns -1, the report does not arrive */
@@ -87,8 +86,7 @@ VIRTUAL_ADAPTER_API int virtual_adapter_stall(int adapter, enum virtual_adapter_
 /* Ends every stall that is going on or waiting to happen. */
 VIRTUAL_ADAPTER_API int virtual_adapter_release(int adapter);
 
-/* ---- Reports
- * ----------------------------------------------------------------------------------------------- */
+/* ---- Reports ---- */
 
 /* Gives every open handle an input report of 1..64 bytes. -1 when unplugged. */
 VIRTUAL_ADAPTER_API int virtual_adapter_inject(int adapter, const unsigned char* report, size_t length);
@@ -103,8 +101,7 @@ VIRTUAL_ADAPTER_API uint64_t virtual_adapter_captured_count(int adapter);
 VIRTUAL_ADAPTER_API int virtual_adapter_captured(int adapter, uint64_t index, unsigned char* report,
                                                  size_t capacity, int64_t* time_ns);
 
-/* ---- Counts
- * ------------------------------------------------------------------------------------------------ */
+/* ---- Counts ---- */
 
 /* Counts since the adapter was added. New fields are only ever appended. */
 struct virtual_adapter_statistics {

@@ -44,7 +44,7 @@ VirtualBus& VirtualBus::instance() {
     return *bus;
 }
 
-// ---- Library and enumeration --------------------------------------------------------------------
+// ---- Library and enumeration ----
 
 bool VirtualBus::init() {
     const Lock lock(mutex);
@@ -124,7 +124,7 @@ void VirtualBus::freeEnumeration(hid_device_info* list) {
     freeDescription(list);
 }
 
-// ---- Handles ------------------------------------------------------------------------------------
+// ---- Handles ----
 
 hid_device* VirtualBus::openPath(const char* path) {
     const Lock lock(mutex);
@@ -249,7 +249,7 @@ const wchar_t* VirtualBus::errorText(hid_device* handle) {
     return isOpen(handle) ? handle->error : L"The handle is not open";
 }
 
-// ---- Reports ------------------------------------------------------------------------------------
+// ---- Reports ----
 
 void VirtualBus::distribute(VirtualAdapter& adapter, const std::uint8_t* bytes, std::size_t length) {
     for (hid_device& handle : handles) {

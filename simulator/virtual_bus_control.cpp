@@ -40,7 +40,7 @@ static_assert(kCounters.size() == VIRTUAL_ADAPTER_COUNTERS);
 
 } // namespace
 
-// ---- Control ------------------------------------------------------------------------------------
+// ---- Control ----
 
 std::shared_ptr<VirtualAdapter> VirtualBus::find(int adapter) {
     if (adapter < 0 || static_cast<std::size_t>(adapter) >= adapters.size())
@@ -177,7 +177,7 @@ int VirtualBus::setRates(int adapter, unsigned inputHz, unsigned reportHz) {
     return 0;
 }
 
-// ---- Observation --------------------------------------------------------------------------------
+// ---- Observation ----
 
 std::uint64_t VirtualBus::capturedCount(int adapter) {
     const Lock lock(mutex);

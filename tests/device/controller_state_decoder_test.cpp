@@ -117,7 +117,7 @@ TEST(ControllerStateDecoder, NoLayoutReadsOutsideOrRunsForever) {
     EXPECT_EQ(decode({4, 4, {kTiny, -1, 0}}, {65, 65, 65}).buttonCount, 0);
 }
 
-// ---- Gathering the parts ------------------------------------------------------------------------
+// ---- Gathering the parts ----
 
 std::optional<ControllerStateType> accept(FragmentStore& store, const std::string& wire,
                                           std::size_t length = 64) {

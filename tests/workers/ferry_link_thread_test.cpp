@@ -79,8 +79,7 @@ protected:
     std::unique_ptr<FerryLinkThread> bridge;
 };
 
-// ---- Opening and initialisation
-// --------------------------------------------------------------------------------
+// ---- Opening and initialisation ----
 
 TEST_F(BridgeThreadTest, InitialisesTheAdapterAndLeavesItClosed) {
     startAndAwaitReading();
@@ -174,8 +173,7 @@ TEST_P(BridgeInitialisation, EndsAtThePacketThatFails) {
 
 INSTANTIATE_TEST_SUITE_P(Packets, BridgeInitialisation, testing::Range(1U, 6U));
 
-// ---- Failing reads
-// ---------------------------------------------------------------------------------------------
+// ---- Failing reads ----
 
 TEST_F(BridgeThreadTest, EndsAtTheHundredthFailedReadInARow) {
     startAndAwaitReading();
@@ -235,8 +233,7 @@ TEST_F(BridgeThreadTest, GoesOnWithAnAdapterThatComesBackElsewhere) {
     expectAtRest();
 }
 
-// ---- Controller states
-// -----------------------------------------------------------------------------------------
+// ---- Controller states ----
 
 TEST_F(BridgeThreadTest, PublishesControllerStatesAndClearsThemAtTheEnd) {
     startAndAwaitReading();
@@ -342,8 +339,7 @@ TEST_F(BridgeThreadTest, GivesUpABlockThatAnotherWriterHolds) {
     stop();
 }
 
-// ---- Status reports
-// --------------------------------------------------------------------------------------------
+// ---- Status reports ----
 
 TEST_F(BridgeThreadTest, RelaysWhatStatusReportsSayInTheOwnersThread) {
     auto* source = bridge.get();
@@ -375,8 +371,7 @@ TEST_F(BridgeThreadTest, RelaysWhatStatusReportsSayInTheOwnersThread) {
     stop();
 }
 
-// ---- Stopping and destruction
-// ----------------------------------------------------------------------------------
+// ---- Stopping and destruction ----
 
 TEST_F(BridgeThreadTest, StopRightBehindStartIsNotLost) {
     stop();

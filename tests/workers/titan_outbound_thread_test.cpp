@@ -84,8 +84,7 @@ protected:
     std::unique_ptr<TitanOutboundThread> outbound;
 };
 
-// ---- Frames
-// ----------------------------------------------------------------------------------------------------
+// ---- Frames ----
 
 TEST_F(OutboundThreadTest, SendsEachFrameByteForByte) {
     startAndAwaitReady();
@@ -144,8 +143,7 @@ TEST_F(OutboundThreadTest, SendsNoFrameTwiceAcrossRuns) {
     EXPECT_EQ(adapter.received()[1][3], 2);
 }
 
-// ---- Figures
-// ---------------------------------------------------------------------------------------------------
+// ---- Figures ----
 
 TEST_F(OutboundThreadTest, PublishesItsFiguresOnceASecond) {
     std::atomic<std::uint32_t> hz{77};
@@ -174,8 +172,7 @@ TEST_F(OutboundThreadTest, PublishesItsFiguresOnceASecond) {
     EXPECT_LT(jitter.load(), 1000);
 }
 
-// ---- Opening
-// ---------------------------------------------------------------------------------------------------
+// ---- Opening ----
 
 TEST_F(OutboundThreadTest, SaysThatItCannotOpenTheAdapterAndCanBeStartedAgain) {
     for (const char* path : {"", "virtual/none", Adapter::kPath}) {
@@ -220,8 +217,7 @@ TEST_F(OutboundThreadTest, TakesBlocksOfferedDuringARunAtTheNextStart) {
     stop();
 }
 
-// ---- Failing writes
-// --------------------------------------------------------------------------------------------
+// ---- Failing writes ----
 
 TEST_F(OutboundThreadTest, EndsAtTheHundredthFailedWriteInARow) {
     startAndAwaitReady();
@@ -275,8 +271,7 @@ TEST_F(OutboundThreadTest, GoesOnWithAnAdapterThatComesBackElsewhere) {
     stop();
 }
 
-// ---- Submitted packets
-// -----------------------------------------------------------------------------------------
+// ---- Submitted packets ----
 
 TEST_F(OutboundThreadTest, WritesSubmittedPackets) {
     EXPECT_FALSE(outbound->submitPacket("x")) << "not running";
@@ -346,8 +341,7 @@ TEST_F(OutboundThreadTest, AnswersEverySubmissionThroughManyRuns) {
     EXPECT_EQ(confirmed.load(), adapter.statistics().writes);
 }
 
-// ---- Stopping and destruction
-// ----------------------------------------------------------------------------------
+// ---- Stopping and destruction ----
 
 TEST_F(OutboundThreadTest, StopRightBehindStartIsNotLost) {
     stop();

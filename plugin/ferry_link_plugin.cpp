@@ -161,8 +161,8 @@ void FerryLinkPlugin::connectWorkers() {
         queued);
     connect(
         bridge.get(), &FerryLinkThread::bridgeStarted, inbox, [this] { onBridgeStarted(); }, queued);
-    connect(
-        bridge.get(), &FerryLinkThread::bridgeStopped, inbox, [this] { onBridgeStopped(); }, queued);
+    // Said by stop(), on this thread: not queued, or it would be dropped with the run's late news.
+    connect(bridge.get(), &FerryLinkThread::bridgeStopped, inbox, [this] { onBridgeStopped(); });
     connect(
         bridge.get(), &FerryLinkThread::connectionStatusChanged, inbox,
         [this](bool connected) { onConnectionStatusChanged(connected); }, queued);
@@ -274,7 +274,13 @@ void FerryLinkPlugin::onStartBridgeRequested(const QString& devicePath) {
     rememberedSerial = device == nullptr ? QString() : device->serialNumber;
     wanted = true;
 
-    if (!bridge->isRunning() && !outbound->isRunning()) {
+    // Waits for runs that are over. QThread's own flag, unlike isRunning(), also covers a run that has not
+    // reached its first statement.
+    bridge->prepareStart();
+    outbound->prepareStart();
+    const bool bridgeRuns = bridge->QThread::isRunning();
+    const bool outboundRuns = outbound->QThread::isRunning();
+    if (!bridgeRuns && !outboundRuns) {
         discardWorkerEvents();
         adapterOpen = false;
         status.clearReported();
@@ -285,17 +291,13 @@ void FerryLinkPlugin::onStartBridgeRequested(const QString& devicePath) {
             showError({});
         emit statusChanged();
     }
-    // QThread's own flag covers a run that has not reached its first statement;
-    // one that is over is waited for here.
-    bridge->prepareStart();
-    if (!bridge->QThread::isRunning()) {
+    if (!bridgeRuns) {
         const bool selectedInPanel = panel && panel->selectedDevicePath() == devicePath;
         bridge->setDevicePath(devicePath);
         bridge->setDeviceSerial(selectedInPanel ? requiredSerial(device) : QString());
         bridge->start(QThread::HighestPriority);
     }
-    outbound->prepareStart();
-    if (!outbound->QThread::isRunning()) {
+    if (!outboundRuns) {
         outbound->setDevicePath(devicePath);
         outbound->start(QThread::HighestPriority);
     }
@@ -327,6 +329,7 @@ void FerryLinkPlugin::onRestartBridgeRequested(const QString& devicePath) {
     wanted = true;
     resumingConnection = false;
     stopWorkers();
+    discardWorkerEvents(); // an error of the run that was just ended would end the restart too
     rememberedPath = devicePath;
     restartTimer.start();
     controller->setRunning(true);
@@ -359,7 +362,7 @@ void FerryLinkPlugin::discardWorkerEvents() {
 
 void FerryLinkPlugin::onBridgeError(const QString& error) {
     LoggingService::instance().error(logSource(), error);
-    if (!wanted)
+    if (!wanted || reconnectionTimer.isActive())
         return; // the second worker's view of what has already ended both
     if (!resumingConnection) {
         endWork(error);
@@ -478,6 +481,8 @@ void FerryLinkPlugin::onDeviceSelectionChanged() {
     if (selected == nullptr || selected->serialNumber.isEmpty())
         return;
     selectedSerial = selected->serialNumber;
+    if (reconnectionTimer.isActive())
+        rememberedSerial = selectedSerial; // the user would rather have this one than wait for the other
     if (settingsManager != nullptr)
         settingsManager->setPluginValue(settingsGroup(), serialKey(), selectedSerial);
 }

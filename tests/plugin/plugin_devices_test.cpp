@@ -105,6 +105,47 @@ TEST_F(Devices, StoppingEndsTheSearch) {
     EXPECT_FALSE(anyTimerRuns());
 }
 
+TEST_F(Devices, AShutdownEndsTheSearch) {
+    const int a = virtual_adapter_add("bus:1", "A", nullptr);
+    ASSERT_TRUE(bringUp());
+    connectTo(a);
+    virtual_adapter_unplug(a);
+    ASSERT_TRUE(becomes("reconnecting"));
+    plugin->shutdown();
+    EXPECT_FALSE(running());
+    EXPECT_FALSE(anyTimerRuns());
+    EXPECT_EQ(connection(), QStringLiteral("disconnected"));
+}
+
+TEST_F(Devices, ARestartTakesTheSearchsPlace) {
+    const int a = virtual_adapter_add("bus:1", "A", nullptr);
+    ASSERT_TRUE(bringUp());
+    connectTo(a);
+    virtual_adapter_unplug(a);
+    ASSERT_TRUE(becomes("reconnecting"));
+    virtual_adapter_replug(a, nullptr);
+    QMetaObject::invokeMethod(object, "onRestartBridgeRequested", Q_ARG(QString, QStringLiteral("bus:1")));
+    EXPECT_TRUE(becomes("connected"));
+    EXPECT_EQ(virtual_adapter_wait(a, VIRTUAL_ADAPTER_COUNT_INITIALISATIONS, 2, kPatienceMs), 1);
+    stop();
+    EXPECT_FALSE(anyTimerRuns());
+    EXPECT_EQ(statistics(a).opens, 4U) << "the search opened it as well";
+}
+
+TEST_F(Devices, AnAdapterChosenDuringTheSearchIsTakenInstead) {
+    const int a = virtual_adapter_add("bus:1", "A", nullptr);
+    const int b = virtual_adapter_add("bus:2", "B", nullptr);
+    ASSERT_TRUE(bringUp());
+    showPanel();
+    connectTo(a);
+    virtual_adapter_unplug(a);
+    ASSERT_TRUE(becomes("reconnecting"));
+    QTest::keyClick(deviceList(), Qt::Key_Down);
+    EXPECT_TRUE(becomes("connected"));
+    EXPECT_EQ(status()[QStringLiteral("device_serial")].toString(), QStringLiteral("B"));
+    EXPECT_EQ(virtual_adapter_wait(b, VIRTUAL_ADAPTER_COUNT_INITIALISATIONS, 1, kPatienceMs), 1);
+}
+
 TEST_F(Devices, ALossThatIsHeardOnlyAfterTheStopStartsNothing) {
     const int a = virtual_adapter_add("bus:1", "A", nullptr);
     ASSERT_TRUE(bringUp());

@@ -8,6 +8,8 @@
 
 #include <QToolButton>
 
+#include <algorithm>
+
 namespace Vantor {
 namespace {
 
@@ -56,6 +58,28 @@ TEST_F(Lifecycle, BridgesFramesStatesAndStatusReports) {
     EXPECT_TRUE(eventually([&] { return shown("Input states").endsWith(QStringLiteral(" /s")); }));
 }
 
+// What a run counts as overwritten is whatever is missing between the frames that arrived. Where the producer
+// waits for each frame's arrival none can be overwritten, so here a lost one has no excuse.
+TEST_F(Lifecycle, LosesNoFrameThatTheProducerDoesNotOverwrite) {
+    constexpr std::uint64_t kFrames = 5000;
+    const int adapter = virtual_adapter_add("bus:1", "A", nullptr);
+    ASSERT_TRUE(bringUp());
+    start();
+    ASSERT_TRUE(becomes("connected"));
+    for (std::uint64_t frame = 1; frame <= kFrames; ++frame) {
+        publishFrame();
+        ASSERT_EQ(virtual_adapter_wait(adapter, VIRTUAL_ADAPTER_COUNT_FRAMES_INTACT, frame, kPatienceMs), 1)
+            << "frame " << frame;
+    }
+    stop();
+    const virtual_adapter_statistics counts = statistics(adapter);
+    EXPECT_EQ(counts.frames_intact, kFrames);
+    EXPECT_EQ(counts.frames_missing + counts.frames_corrupt + counts.frames_repeated +
+                  counts.frames_out_of_order,
+              0U);
+    EXPECT_EQ(counts.errors, 0U);
+}
+
 TEST_F(Lifecycle, InitialisationOfHidapiFailsOnceAndWorksTheNextTime) {
     virtual_adapter_fail(VIRTUAL_ADAPTER_LIBRARY, VIRTUAL_ADAPTER_INIT, 1, 1);
     EXPECT_FALSE(bringUp());
@@ -90,6 +114,7 @@ TEST_F(Lifecycle, AFailingWorkerEndsBothIsShownAndCanBeStartedAgain) {
         {VIRTUAL_ADAPTER_WRITE, 1, "Failed to initialize Titan Two device"},
         {VIRTUAL_ADAPTER_WRITE, 2, "Failed to initialize Titan Two device"},
         {VIRTUAL_ADAPTER_WRITE, 3, "Failed to complete initialization sequence"},
+        {VIRTUAL_ADAPTER_WRITE, 4, "Failed to complete initialization sequence"},
         {VIRTUAL_ADAPTER_WRITE, 5, "Failed to complete initialization sequence"},
     };
     const int adapter = virtual_adapter_add("bus:1", "A", nullptr);
@@ -113,6 +138,49 @@ TEST_F(Lifecycle, AFailingWorkerEndsBothIsShownAndCanBeStartedAgain) {
         stop();
         LoggingService::instance().clear();
     }
+}
+
+TEST_F(Lifecycle, APathThatLeadsNowhereIsAFailureToOpen) {
+    virtual_adapter_add("bus:1", "A", nullptr);
+    ASSERT_TRUE(bringUp());
+    for (const char* const path : {"", "bus:9"}) {
+        QMetaObject::invokeMethod(object, "onStartBridgeRequested", Q_ARG(QString, QLatin1String(path)));
+        ASSERT_TRUE(eventually([&] { return !running(); })) << path;
+        for (const char* const message :
+             {"Failed to open Titan Two device", "Failed to open Titan Two device for output"})
+            EXPECT_TRUE(eventually([&] {
+                return logged(LogEntry::Level::error, QString::fromLatin1(message));
+            })) << path
+                << message;
+        EXPECT_EQ(connection(), QStringLiteral("disconnected"));
+        EXPECT_FALSE(anyTimerRuns());
+        LoggingService::instance().clear();
+    }
+}
+
+TEST_F(Lifecycle, AnAdapterThatFailsOnBothSidesAtOnceIsLostOnce) {
+    const int adapter = virtual_adapter_add("bus:1", "A", nullptr);
+    ASSERT_TRUE(bringUp());
+    start();
+    ASSERT_TRUE(becomes("connected"));
+    ASSERT_EQ(virtual_adapter_wait(adapter, VIRTUAL_ADAPTER_COUNT_INITIALISATIONS, 1, kPatienceMs), 1);
+    virtual_adapter_fail(adapter, VIRTUAL_ADAPTER_WRITE, 1, VIRTUAL_ADAPTER_FOREVER);
+    virtual_adapter_fail(adapter, VIRTUAL_ADAPTER_READ, 1, VIRTUAL_ADAPTER_FOREVER);
+    // Four packets each. The event loop stands still meanwhile, so that both workers' word comes together.
+    for (unsigned failures = 4; failures <= 100; failures += 4) {
+        publishFrame();
+        ASSERT_EQ(virtual_adapter_wait(adapter, VIRTUAL_ADAPTER_COUNT_WRITE_FAILURES, failures, kPatienceMs),
+                  1);
+    }
+    ASSERT_EQ(virtual_adapter_wait(adapter, VIRTUAL_ADAPTER_COUNT_READ_FAILURES, 100, kPatienceMs), 1);
+    EXPECT_TRUE(becomes("reconnecting"));
+    virtual_adapter_fail(adapter, VIRTUAL_ADAPTER_WRITE, 1, 0);
+    virtual_adapter_fail(adapter, VIRTUAL_ADAPTER_READ, 1, 0);
+    EXPECT_TRUE(becomes("connected"));
+    const QList<LogEntry> entries = LoggingService::instance().entries();
+    EXPECT_EQ(std::count_if(entries.begin(), entries.end(),
+                            [](const LogEntry& entry) { return entry.level == LogEntry::Level::warning; }),
+              1);
 }
 
 TEST_F(Lifecycle, AnAdapterWithoutSerialNumberIsAcceptedFromThePanel) {
@@ -193,6 +261,18 @@ TEST_F(Lifecycle, AShutdownOrStopInTheRestartsPauseIsFinal) {
     plugin->shutdown();
     EXPECT_FALSE(anyTimerRuns());
     EXPECT_EQ(statistics(adapter).initialisations, 1U);
+}
+
+TEST_F(Lifecycle, ARestartOutlivesTheErrorOfTheRunThatItEnds) {
+    const int adapter = virtual_adapter_add("bus:1", "A", nullptr);
+    ASSERT_TRUE(bringUp());
+    virtual_adapter_fail(adapter, VIRTUAL_ADAPTER_WRITE, 1, 1);
+    start();
+    // Has failed, but nobody has heard of it yet.
+    ASSERT_EQ(virtual_adapter_wait(adapter, VIRTUAL_ADAPTER_COUNT_WRITE_FAILURES, 1, kPatienceMs), 1);
+    QMetaObject::invokeMethod(object, "onRestartBridgeRequested", Q_ARG(QString, QStringLiteral("bus:1")));
+    EXPECT_TRUE(becomes("connected"));
+    EXPECT_EQ(virtual_adapter_wait(adapter, VIRTUAL_ADAPTER_COUNT_INITIALISATIONS, 1, kPatienceMs), 1);
 }
 
 TEST_F(Lifecycle, PanelAndPluginEndInEitherOrder) {

@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <limits>
+#include <new>
 
 namespace Vantor::gpc {
 
@@ -131,9 +132,7 @@ Diagnostic diagnosticFor(const CompileError& error, const TokenStream& tokens,
     return {offset, place.line, place.column, error.message, std::string(place.file)};
 }
 
-} // namespace
-
-CompileResult compile(std::string_view source, const CompileOptions& options) {
+CompileResult compileSource(std::string_view source, const CompileOptions& options) {
     CompileResult result;
     auto info = findScriptInfo(source);
     PreprocessResult preprocessed = preprocess(source, {options.sourcePath, options.includeDirectories, 0});
@@ -153,6 +152,17 @@ CompileResult compile(std::string_view source, const CompileOptions& options) {
     else
         result.bytecode = std::move(state.code.bytes());
     return result;
+}
+
+} // namespace
+
+CompileResult compile(std::string_view source, const CompileOptions& options) {
+    try {
+        return compileSource(source, options);
+    } catch (const std::bad_alloc&) {
+        // The one exception that can arise here; the host must not meet it.
+        return {{}, {{0, 1, 1, "not enough memory to compile", options.sourcePath}}};
+    }
 }
 
 } // namespace Vantor::gpc

@@ -59,7 +59,7 @@ bool compileValue(CompilerState& state, Operand& result);
 /// way in which it is none; recorded at its first token.
 bool compileConstant(CompilerState& state, Operand& result, std::string_view message);
 
-/// `i = 1`, `f(x)`, `++i`: an expression for its effect, without the ';'. False messages as the expression's.
+/// `i = 1`, `f(x)`, `++i`: an expression for its effect alone; leaves the ';' to the caller.
 bool compileEffect(CompilerState& state);
 
 /// A variable as an operand.

@@ -124,8 +124,8 @@ bool compileElement(CompilerState& state, Operand& base) {
     const std::uint32_t count = array ? base.count : kNoIndex;
     // An array's elements have its type, whatever that is; what a pointer points to is a scalar.
     const Type element = array ? base.type : base.type.target();
-    const bool readOnly = array && base.readOnly;
     settle(state, base);
+    const bool readOnly = base.readOnly; // survives in the address of constant data alone
     if (!base.type.pointer)
         return state.fail(token, "only an array or a pointer has elements");
     const Operand known = base;

@@ -65,21 +65,13 @@ void HostRun::onStatusChanged() {
 
 void HostRun::onConnected() {
     if (connectedOnce) {
-        if (disconnections > reconnections)
-            ++reconnections;
-        if (replugged && reconnectLimit.isActive()) {
-            reconnectLimit.stop();
-            reconnectionMs = sinceReplug.elapsed();
-            if (options.feeds() && !feeder.hasFinished())
-                framesAtReconnection = static_cast<qint64>(adapter->statistics().frames_intact);
-        }
-        endIfDone();
+        onReconnected();
         return;
     }
     connectedOnce = true;
     connectLimit.stop();
     if (options.feeds())
-        feeder.start(options);
+        startFeed();
     else if (options.durationS)
         QTimer::singleShot(static_cast<int>(*options.durationS * 1000), this, [this] {
             durationOver = true;
@@ -87,6 +79,25 @@ void HostRun::onConnected() {
         });
     if (options.unplugAfterMs)
         QTimer::singleShot(*options.unplugAfterMs, this, &HostRun::unplug);
+}
+
+void HostRun::onReconnected() {
+    if (disconnections > reconnections)
+        ++reconnections;
+    if (reconnectLimit.isActive()) {
+        reconnectLimit.stop();
+        reconnectionMs = sinceReplug.elapsed();
+        if (options.feeds() && !feeder.hasFinished())
+            framesAtReconnection = static_cast<qint64>(adapter->statistics().frames_intact);
+    }
+    endIfDone();
+}
+
+void HostRun::startFeed() {
+    const QString rate = *options.feedHz > 0 ? QStringLiteral("at %1 Hz").arg(*options.feedHz)
+                                             : QStringLiteral("as fast as it can");
+    LoggingService::instance().info(QStringLiteral("Host"), QStringLiteral("Starting cvfeed, %1").arg(rate));
+    feeder.start(options);
 }
 
 void HostRun::onStopped() {

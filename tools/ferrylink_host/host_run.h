@@ -39,8 +39,10 @@ signals:
 private:
     void onStatusChanged();
     void onConnected();
+    void onReconnected();
     void onFeedFinished();
     void onStopped();
+    void startFeed();
     void unplug();
     void replug();
     void endIfDone();

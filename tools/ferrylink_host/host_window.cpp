@@ -32,11 +32,11 @@ QWidget* HostWindow::buildCentre(PluginSession& session) {
     auto* centre = new QWidget(this);
     auto* controls = new RunStatusCard(centre);
     controls->runButton()->setActionText(tr("Plug-in"));
-    controls->setMetricsText(
-        tr("The host's own run controls: they start and stop the plug-in as its panel does."));
+    controls->setMetricsText(tr("The host's run controls"));
+    controls->setMinimumWidth(kDockWidth);
     controls->attachTo(session.runController());
     auto* rows = new QVBoxLayout(centre);
-    rows->addWidget(controls);
+    rows->addWidget(controls, 0, Qt::AlignLeft);
     rows->addWidget(new LogView(centre), 1);
     return centre;
 }

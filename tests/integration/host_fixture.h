@@ -83,21 +83,22 @@ protected:
         return {};
     }
     bool blockExists(const char* name) const { return SharedMemoryAccessor(info(name)).connect(); }
-    /// Waits until the host's blocks are there and so many frames have been published.
-    bool framesPublished(std::int64_t atLeast) const {
+    /// Waits until the host's blocks are there and so many frames have been published; false when the host
+    /// ends first.
+    bool framesPublished(const QProcess& host, std::int64_t atLeast) const {
         SharedMemoryAccessor block(info(BlockName::kCVData));
-        return QTest::qWaitFor(
-            [&] {
-                std::int64_t sequence = 0;
-                std::array<std::byte, kMaxFrameBytes> frame{};
-                if (!block.connect())
-                    return false;
-                return atLeast == 0 ||
-                       (block.readData(frame.data(), frame.size(), sequence) && sequence >= atLeast);
-            },
-            kRunPatienceMs);
+        const auto published = [&] {
+            std::int64_t sequence = 0;
+            std::array<std::byte, kMaxFrameBytes> frame{};
+            if (!block.connect())
+                return false;
+            return atLeast == 0 ||
+                   (block.readData(frame.data(), frame.size(), sequence) && sequence >= atLeast);
+        };
+        return QTest::qWaitFor([&] { return published() || host.state() == QProcess::NotRunning; },
+                               kRunPatienceMs) &&
+               published();
     }
-
     /// Waits until the process that writes frames is gone.
     bool writerHasEnded() const {
         SharedMemoryAccessor block(info(BlockName::kCVData));

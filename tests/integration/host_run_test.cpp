@@ -63,7 +63,7 @@ TEST_F(HostRuns, CarriesFramesOfEverySizeAsFastAsTheyCome) {
 TEST_F(HostRuns, RefusesASecondHostAndLeavesTheFirstAlone) {
     QProcess first;
     startHost(first, words({"--frames", "2000"}));
-    ASSERT_TRUE(framesPublished(1));
+    ASSERT_TRUE(framesPublished(first, 1));
     EXPECT_EQ(runHost(words({"--frames", "10"})), 1);
     EXPECT_TRUE(output.contains(QStringLiteral("Another Vantor host (process %1)").arg(first.processId())))
         << qPrintable(output);
@@ -74,10 +74,10 @@ TEST_F(HostRuns, RefusesASecondHostAndLeavesTheFirstAlone) {
 TEST_F(HostRuns, OutlivesAProducerThatIsKilledAndTakesTheNextOne) {
     QProcess host;
     startHost(host, words({"--duration", "4"}));
-    ASSERT_TRUE(framesPublished(0));
+    ASSERT_TRUE(framesPublished(host, 0));
     QProcess killed;
     startFeed(killed, words({"--hz", "5000"}));
-    ASSERT_TRUE(framesPublished(300));
+    ASSERT_TRUE(framesPublished(host, 300));
     killed.kill();
     ASSERT_TRUE(killed.waitForFinished(kRunPatienceMs));
     QProcess next;
@@ -92,7 +92,7 @@ TEST_F(HostRuns, OutlivesAProducerThatIsKilledAndTakesTheNextOne) {
 TEST_F(HostRuns, TakesOverWhatAKilledHostLeftBehind) {
     QProcess killed;
     startHost(killed, words({"--frames", "100000"}));
-    ASSERT_TRUE(framesPublished(100));
+    ASSERT_TRUE(framesPublished(killed, 100));
     killed.kill();
     ASSERT_TRUE(killed.waitForFinished(kRunPatienceMs));
     ASSERT_TRUE(writerHasEnded()) << "the killed host's producer runs on";

@@ -11,7 +11,7 @@ class HostSignals : public HostProcesses {};
 TEST_F(HostSignals, EndsCleanlyWithEverythingRunning) {
     QProcess host;
     startHost(host, words({"--frames", "100000"}));
-    ASSERT_TRUE(framesPublished(500));
+    ASSERT_TRUE(framesPublished(host, 500));
     host.terminate();
     EXPECT_EQ(waitForEnd(host), 1) << "a run that was cut short did not do what it was told";
     EXPECT_EQ(reported("failures").toArray().size(), 1);

@@ -60,7 +60,8 @@ int run(const Options& options) {
     }
     Interrupt interrupt;
     QObject::connect(&interrupt, &Interrupt::requested, &hostRun, &HostRun::interrupt);
-    QObject::connect(&hostRun, &HostRun::ended, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    QObject::connect(&hostRun, &HostRun::ended, QCoreApplication::instance(), &QCoreApplication::quit,
+                     Qt::QueuedConnection);
     QMetaObject::invokeMethod(&hostRun, &HostRun::begin, Qt::QueuedConnection);
     QCoreApplication::exec();
 

@@ -125,14 +125,16 @@ std::size_t MacroExpander::unchangedEnd(std::string_view text, std::size_t at, M
     next = nullptr;
     while (at < text.size()) {
         const char byte = text[at];
+        if (hasClass(byte, kBlank)) {
+            ++at;
+            continue;
+        }
         if (hasClass(byte, kIdentifierStart)) {
             const std::size_t end = identifierEnd(text, at);
             next = macros.find(text.substr(at, end - at));
             if (next)
                 return at;
             at = end;
-        } else if (hasClass(byte, kBlank)) {
-            ++at;
         } else if (byte == '"' || byte == '\'') {
             at = literalEnd(text, at);
         } else if (byte == '/' && startsComment(text, at)) {
@@ -173,7 +175,7 @@ bool MacroExpander::expandRun(std::string_view file, std::size_t end, OpenState 
         if (output.size() > outputLimit)
             return fail("preprocessed source is too large");
         place.moveTo(at);
-        if (at == end)
+        if (!macro)
             return true;
         lines.beginMade(output.size(), place.line(), place.column());
         pushFrame(run, nullptr);

@@ -54,6 +54,9 @@ struct Options {
 struct Summary {
     std::uint64_t published = 0;
     std::uint64_t late = 0;
+    /// Frames that nobody had begun to take when the next one came: a reader's own account of what it missed
+    /// can be held against it.
+    std::uint64_t unclaimed = 0;
     std::int64_t firstSequence = 0;
     std::int64_t lastSequence = 0;
     std::int64_t firstNs = 0;
@@ -98,6 +101,7 @@ private:
     bool waitUntil(std::int64_t deadlineNs);
     bool checkHost(std::int64_t nowNs);
     bool publish();
+    bool lastIsUnclaimed() const;
 
     const Options& options;
     SharedMemoryAccessor& block;
@@ -144,6 +148,12 @@ bool Feed::waitUntil(std::int64_t deadlineNs) {
     }
 }
 
+/// Whoever takes a frame resets the event first.
+bool Feed::lastIsUnclaimed() const {
+    const platform::EventHandle event = block.getEventHandle();
+    return platform::waitAny({&event, 1}, 0).kind == platform::WaitResult::Kind::signalled;
+}
+
 bool Feed::publish() {
     const auto sequence = blockLoad<std::int64_t>(block.getHeaderPointer(), BlockLayout::kSequenceOffset,
                                                   std::memory_order_relaxed) +
@@ -151,6 +161,8 @@ bool Feed::publish() {
     const std::int64_t stampNs = platform::monotonicNowNs();
     simulator::fillTestFrame(std::span(frame).first(options.bytes), static_cast<std::uint64_t>(sequence),
                              static_cast<std::uint64_t>(stampNs));
+    if (summary.published > 0 && lastIsUnclaimed())
+        ++summary.unclaimed;
     if (!block.writeData(frame.data(), options.bytes, stampNs)) {
         summary.error = block.errorString().toStdString();
         return false;
@@ -180,7 +192,8 @@ Summary Feed::run() {
 bool writeReport(const std::string& path, const Summary& summary) {
     nlohmann::json report{{"published", summary.published}, {"first_sequence", nullptr},
                           {"last_sequence", nullptr},       {"hz", nullptr},
-                          {"seconds", summary.seconds},     {"late", summary.late}};
+                          {"seconds", summary.seconds},     {"late", summary.late},
+                          {"unclaimed", summary.unclaimed}};
     if (summary.published > 0) {
         report["first_sequence"] = summary.firstSequence;
         report["last_sequence"] = summary.lastSequence;

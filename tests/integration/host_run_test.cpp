@@ -13,6 +13,9 @@ TEST_F(HostRuns, CarriesFiveThousandFramesAtOneKilohertz) {
     EXPECT_EQ(number("frames/published"), 5000);
     EXPECT_EQ(number("frames/forwarded") + number("frames/overwritten"), 5000);
     EXPECT_GT(number("frames/forwarded"), 2500) << "most frames were lost on the way";
+    // The sum alone would also hold if frames were lost after they had been taken. Only one that comes
+    // between the reader's waking and its copy is claimed and yet overwritten.
+    EXPECT_LE(number("frames/overwritten"), number("frames/unclaimed") + 50);
     EXPECT_EQ(number("frames/intact"), number("frames/forwarded"));
     expectCleanFrames();
     EXPECT_EQ(number("disconnections"), 0);
@@ -107,7 +110,7 @@ TEST_F(HostRuns, SaysWhatDidNotHappen) {
     };
     const std::vector<Case> cases{
         {words({"--plugin", FERRYLINK_BIN_DIRECTORY "/cvfeed"}), "The plug-in cannot be loaded"},
-        {words({"--plugin", "/no/such/plugin"}), "The plug-in cannot be loaded"},
+        {words({"--plugin", "/no/such/plugin"}), "The plug-in cannot be loaded from /no/such/plugin"},
         {words({"--feed", "1", "--duration", "0.3", "--unplug-after", "0"}), "No frame was forwarded"},
     };
     for (const Case& c : cases) {

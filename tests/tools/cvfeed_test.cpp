@@ -130,6 +130,7 @@ TEST_F(CvfeedTest, PublishesTestFramesAndContinuesTheSequence) {
     EXPECT_EQ(said["published"], 100);
     EXPECT_EQ(said["first_sequence"], 301);
     EXPECT_EQ(said["last_sequence"], 400);
+    EXPECT_EQ(said["unclaimed"], 99) << "nobody takes any here, and nobody can overwrite the last";
     EXPECT_GE(said["seconds"], 99 / 2000.0);
     EXPECT_GT(said["hz"], 0);
     EXPECT_LT(said["hz"], 2100); // faster would mean that deadlines are not kept

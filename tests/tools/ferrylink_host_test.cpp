@@ -131,7 +131,7 @@ TEST(HostReport, SaysNullOverUsbForWhatCannotBeKnown) {
     const QJsonObject frames = json[QStringLiteral("frames")].toObject();
     EXPECT_EQ(frames[QStringLiteral("published")].toInteger(), 10);
     for (const char* const key :
-         {"forwarded", "intact", "corrupt", "overwritten", "repeated", "out_of_order"})
+         {"forwarded", "intact", "corrupt", "overwritten", "unclaimed", "repeated", "out_of_order"})
         EXPECT_TRUE(frames[QLatin1String(key)].isNull()) << key;
     EXPECT_TRUE(json[QStringLiteral("latency_us")].isNull());
     EXPECT_TRUE(json[QStringLiteral("reports")].toObject()[QStringLiteral("written")].isNull());

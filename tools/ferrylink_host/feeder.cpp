@@ -12,6 +12,10 @@ namespace {
 
 constexpr int kEndPatienceMs = 2000;
 
+QString programFile() {
+    return QDir(QCoreApplication::applicationDirPath()).absoluteFilePath(QStringLiteral("cvfeed"));
+}
+
 QStringList argumentsFor(const Options& options, const QString& reportFile) {
     QStringList arguments{QStringLiteral("--until-input-ends"), QStringLiteral("--hz"),
                           QString::number(*options.feedHz, 'g', 12), QStringLiteral("--report"), reportFile};
@@ -35,7 +39,7 @@ Feeder::Feeder(QObject* parent) : QObject(parent) {
     connect(&process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError problem) {
         if (problem != QProcess::FailedToStart)
             return; // finished() follows
-        error = QStringLiteral("cvfeed cannot be started: %1").arg(process.errorString());
+        error = QStringLiteral("%1 cannot be started: %2").arg(programFile(), process.errorString());
         conclude();
     });
 }
@@ -57,8 +61,7 @@ void Feeder::start(const Options& options) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("VANTOR_INSTANCE"), options.instance);
     process.setProcessEnvironment(environment);
-    process.start(QDir(QCoreApplication::applicationDirPath()).absoluteFilePath(QStringLiteral("cvfeed")),
-                  argumentsFor(options, directory.filePath(QStringLiteral("feed.json"))));
+    process.start(programFile(), argumentsFor(options, directory.filePath(QStringLiteral("feed.json"))));
 }
 
 void Feeder::stop() {
@@ -89,7 +92,8 @@ void Feeder::readReport() {
     if (count)
         published = FeedResult{.published = *count,
                                .firstSequence = optionalInteger(report[QStringLiteral("first_sequence")]),
-                               .lastSequence = optionalInteger(report[QStringLiteral("last_sequence")])};
+                               .lastSequence = optionalInteger(report[QStringLiteral("last_sequence")]),
+                               .unclaimed = optionalInteger(report[QStringLiteral("unclaimed")])};
 }
 
 void Feeder::conclude() {

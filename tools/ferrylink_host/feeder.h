@@ -18,6 +18,8 @@ struct FeedResult {
     qint64 published = 0;
     std::optional<qint64> firstSequence; ///< not set when nothing was published
     std::optional<qint64> lastSequence;
+    std::optional<qint64> unclaimed =
+        std::nullopt; ///< frames that nobody had begun to take when the next came
 };
 
 class Feeder : public QObject {

@@ -11,11 +11,21 @@ namespace Vantor::devhost {
 namespace {
 
 constexpr int kConnectLimitMs = 5000;
-constexpr int kReconnectLimitMs = 5000;
+/// How long the plug-in may take to notice that the adapter is gone, or back.
+constexpr int kNoticeLimitMs = 5000;
 /// How long the last frames may take from the producer to the adapter, and how often that is looked at: an
 /// adapter that is plugged into the same process announces nothing.
 constexpr int kLastFrameLimitMs = 500;
 constexpr int kLastFramePollMs = 5;
+
+/// Why the plug-in gave up, in its own words; empty when it has not complained.
+QString lastPluginError() {
+    QString message;
+    for (const LogEntry& entry : LoggingService::instance().entries())
+        if (entry.level == LogEntry::Level::error && entry.source == QLatin1String("FerryLink"))
+            message = entry.message;
+    return message;
+}
 
 } // namespace
 
@@ -30,8 +40,8 @@ HostRun::HostRun(const Options& runOptions, PluginSession& pluginSession,
                  .arg(kConnectLimitMs / 1000));
         end();
     });
-    reconnectLimit.setSingleShot(true);
-    connect(&reconnectLimit, &QTimer::timeout, this, [this] { end(); }); // judge() finds that it is missing
+    noticeLimit.setSingleShot(true);
+    connect(&noticeLimit, &QTimer::timeout, this, [this] { end(); }); // judge() finds what is missing
     lastFramePoll.setInterval(kLastFramePollMs);
     connect(&lastFramePoll, &QTimer::timeout, this, &HostRun::waitForLastFrame);
 }
@@ -56,11 +66,19 @@ void HostRun::onStatusChanged() {
     const QString before = connection;
     connection = now;
     if (now == QLatin1String("reconnecting") && before == QLatin1String("connected"))
-        ++disconnections;
+        onLost();
     else if (now == QLatin1String("connected"))
         onConnected();
     else if (now == QLatin1String("disconnected") && !over)
         onStopped();
+}
+
+void HostRun::onLost() {
+    ++disconnections;
+    if (!unplugged || options.replugAfterMs)
+        return;
+    noticeLimit.stop();
+    endIfDone();
 }
 
 void HostRun::onConnected() {
@@ -84,8 +102,8 @@ void HostRun::onConnected() {
 void HostRun::onReconnected() {
     if (disconnections > reconnections)
         ++reconnections;
-    if (reconnectLimit.isActive()) {
-        reconnectLimit.stop();
+    if (noticeLimit.isActive()) {
+        noticeLimit.stop();
         reconnectionMs = sinceReplug.elapsed();
         if (options.feeds() && !feeder.hasFinished())
             framesAtReconnection = static_cast<qint64>(adapter->statistics().frames_intact);
@@ -104,8 +122,11 @@ void HostRun::onStopped() {
     // In a window the user may start it again; a run without one is over.
     if (!options.headless && !options.isBounded())
         return;
-    if (!interrupted)
-        fail(QStringLiteral("The plug-in stopped the bridge, or could not start it."));
+    if (!interrupted) {
+        const QString why = lastPluginError();
+        fail(why.isEmpty() ? QStringLiteral("The plug-in stopped the bridge, or could not start it.")
+                           : QStringLiteral("The bridge does not run: %1").arg(why));
+    }
     end();
 }
 
@@ -120,7 +141,7 @@ void HostRun::unplug() {
     if (options.replugAfterMs)
         QTimer::singleShot(*options.replugAfterMs, this, &HostRun::replug);
     else
-        endIfDone();
+        noticeLimit.start(kNoticeLimitMs);
 }
 
 void HostRun::replug() {
@@ -130,7 +151,7 @@ void HostRun::replug() {
     LoggingService::instance().info(
         QStringLiteral("Host"), QStringLiteral("Plugged the simulated adapter in again, on another path"));
     sinceReplug.start();
-    reconnectLimit.start(kReconnectLimitMs);
+    noticeLimit.start(kNoticeLimitMs);
 }
 
 void HostRun::onFeedFinished() {
@@ -150,7 +171,7 @@ void HostRun::endIfDone() {
     if (options.feeds() ? !feeder.hasFinished() : !durationOver)
         return;
     if ((options.unplugAfterMs && !unplugged) || (options.replugAfterMs && !replugged) ||
-        reconnectLimit.isActive())
+        noticeLimit.isActive())
         return;
     if (adapter != nullptr && options.feeds() && !lastFramePoll.isActive())
         lastFramePoll.start();
@@ -183,7 +204,7 @@ void HostRun::end() {
         return;
     over = true;
     connectLimit.stop();
-    reconnectLimit.stop();
+    noticeLimit.stop();
     lastFramePoll.stop();
     emit ended();
 }
@@ -253,6 +274,8 @@ void HostRun::judge(const RunReport& report) {
         fail(QStringLiteral("Frames arrived corrupt, repeated or out of order."));
     if (options.unplugAfterMs && !unplugged && connectedOnce)
         fail(QStringLiteral("The run ended before the adapter was unplugged."));
+    if (unplugged && disconnections == 0)
+        fail(QStringLiteral("The plug-in did not notice that the adapter was unplugged."));
     if (options.replugAfterMs && connectedOnce && !reconnectionMs)
         fail(replugged ? QStringLiteral("The plug-in did not reconnect to the adapter.")
                        : QStringLiteral("The run ended before the adapter was plugged in again."));

@@ -38,6 +38,7 @@ signals:
 
 private:
     void onStatusChanged();
+    void onLost();
     void onConnected();
     void onReconnected();
     void onFeedFinished();
@@ -73,7 +74,7 @@ private:
     QElapsedTimer sinceBegin;
     QElapsedTimer sinceReplug;
     QTimer connectLimit;
-    QTimer reconnectLimit;
+    QTimer noticeLimit;
     QTimer lastFramePoll;
     QElapsedTimer sinceFeedEnd;
 };

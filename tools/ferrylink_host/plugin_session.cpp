@@ -55,7 +55,7 @@ bool PluginSession::loadPlugin(const QString& file) {
     loader.setFileName(file);
     QObject* const instance = loader.instance();
     if (instance == nullptr) {
-        error = QStringLiteral("The plug-in cannot be loaded: %1").arg(loader.errorString());
+        error = QStringLiteral("The plug-in cannot be loaded from %1: %2").arg(file, loader.errorString());
         return false;
     }
     plugin = qobject_cast<IUIPlugin*>(instance);

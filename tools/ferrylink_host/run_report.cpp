@@ -47,15 +47,21 @@ QString adapterLine(const RunReport& report) {
 }
 
 QString framesLine(const FrameFigures& frames) {
-    if (!frames.forwarded)
-        return QStringLiteral("%1 published").arg(number(frames.published));
-    return QStringLiteral(
-               "%1 published = %2 forwarded + %3 overwritten; %4 corrupt, %5 repeated, %6 out of order")
-        .arg(number(frames.published), number(frames.forwarded), number(frames.overwritten),
-             number(frames.corrupt), number(frames.repeated), number(frames.outOfOrder));
+    if (!frames.forwarded) // over USB
+        return frames.published ? QStringLiteral("%1 published").arg(*frames.published)
+                                : QStringLiteral("no producer of this host's own");
+    const QString faults =
+        QStringLiteral("%1 corrupt, %2 repeated, %3 out of order")
+            .arg(number(frames.corrupt), number(frames.repeated), number(frames.outOfOrder));
+    if (!frames.published) // a producer that is not ours, or none
+        return QStringLiteral("%1 forwarded; %2").arg(number(frames.forwarded), faults);
+    return QStringLiteral("%1 published = %2 forwarded + %3 overwritten; %4")
+        .arg(number(frames.published), number(frames.forwarded), number(frames.overwritten), faults);
 }
 
 QString ratesLine(const QJsonObject& rates) {
+    if (rates[QStringLiteral("cv_hz")].isNull() && rates[QStringLiteral("input_pps")].isNull())
+        return QStringLiteral("no figures: the connection did not last one");
     return QStringLiteral("%1 frames/s, latency %2 ms, jitter %3 ms, %4 input states/s, %5 output states/s")
         .arg(text(rates[QStringLiteral("cv_hz")]), text(rates[QStringLiteral("latency_ms")], 3),
              text(rates[QStringLiteral("jitter_ms")], 3), text(rates[QStringLiteral("input_pps")]),
@@ -64,11 +70,14 @@ QString ratesLine(const QJsonObject& rates) {
 
 QString statusLine(const QJsonObject& status) {
     const QJsonObject ports = status[QStringLiteral("usb_ports")].toObject();
+    const QJsonValue scripts = status[QStringLiteral("slots")];
+    if (ports.isEmpty() && scripts.isNull() && status[QStringLiteral("loaded_slot")].isNull())
+        return QStringLiteral("the adapter has not reported");
     return QStringLiteral("slot %1 loaded, output %2, IN A %3, IN B %4, OUT %5, %6 slots occupied")
         .arg(text(status[QStringLiteral("loaded_slot")]), text(status[QStringLiteral("output_protocol")]),
              text(ports[QStringLiteral("input_a")]), text(ports[QStringLiteral("input_b")]),
              text(ports[QStringLiteral("output")]))
-        .arg(status[QStringLiteral("slots")].toArray().size());
+        .arg(scripts.isArray() ? QString::number(scripts.toArray().size()) : text(scripts));
 }
 
 } // namespace
@@ -76,8 +85,10 @@ QString statusLine(const QJsonObject& status) {
 FrameFigures FrameFigures::from(const std::optional<FeedResult>& feed,
                                 const virtual_adapter_statistics* adapter) {
     FrameFigures figures;
-    if (feed)
+    if (feed) {
         figures.published = feed->published;
+        figures.unclaimed = feed->unclaimed;
+    }
     if (adapter == nullptr)
         return figures;
     const auto intact = static_cast<qint64>(adapter->frames_intact);
@@ -120,6 +131,7 @@ QJsonObject RunReport::toJson() const {
                                   {QStringLiteral("intact"), orNull(frames.intact)},
                                   {QStringLiteral("corrupt"), orNull(frames.corrupt)},
                                   {QStringLiteral("overwritten"), orNull(frames.overwritten)},
+                                  {QStringLiteral("unclaimed"), orNull(frames.unclaimed)},
                                   {QStringLiteral("repeated"), orNull(frames.repeated)},
                                   {QStringLiteral("out_of_order"), orNull(frames.outOfOrder)}};
     const auto writes = [](const std::optional<qint64>& count) {

@@ -14,15 +14,17 @@
 
 namespace Vantor::devhost {
 
-/// Frames, from three sides that do not know of each other.
+/// Frames, as the producer and the adapter know them; neither knows of the other. What was overwritten is
+/// derived from the gaps in what arrived, so the producer's `unclaimed` is there to hold it against.
 struct FrameFigures {
     std::optional<qint64> published; ///< the producer's own count
     std::optional<qint64> forwarded; ///< whole frames that the simulated adapter received, intact or corrupt
     std::optional<qint64> intact;    ///< of those, with the right checksum, each counted once
     std::optional<qint64> corrupt;   ///< with a wrong one
-    std::optional<qint64>
-        overwritten; ///< sequence numbers that never reached the adapter: replaced by a later frame first
-    std::optional<qint64> repeated;   ///< received again
+    std::optional<qint64> overwritten; ///< sequence numbers that never reached the adapter: replaced by a
+                                       ///< later frame first, or published while it was away
+    std::optional<qint64> unclaimed; ///< the producer's count of frames replaced before anybody woke for them
+    std::optional<qint64> repeated;  ///< received again
     std::optional<qint64> outOfOrder; ///< received behind a later one
 
     /// `feed` is what the producer reported, if there was one; `adapter` null over USB, where nothing but the

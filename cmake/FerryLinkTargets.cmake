@@ -42,6 +42,9 @@ function(ferrylink_test name)
   else()
     target_link_libraries(${target} PRIVATE GTest::gmock_main)
   endif()
+  if("threads" IN_LIST arg_LABELS)
+    add_dependencies(ferrylink_threaded_tests ${target})
+  endif()
   gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST
     PROPERTIES LABELS "${arg_LABELS}" TIMEOUT 120 RUN_SERIAL $<BOOL:${arg_SERIAL}>
       ENVIRONMENT "QT_QPA_PLATFORM=offscreen")

@@ -29,7 +29,7 @@ bool compiles(benchmark::State& state, const std::string& source, std::size_t& b
 void compileFullSlot(benchmark::State& state) {
     const std::string source = fullSlotScript();
     std::size_t bytes = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         if (!compiles(state, source, bytes)) {
             return;
         }
@@ -42,7 +42,7 @@ BENCHMARK(compileFullSlot)->Unit(benchmark::kMicrosecond);
 void compileLongSource(benchmark::State& state) {
     const std::string source = longScript(static_cast<std::size_t>(state.range(0)));
     std::size_t bytes = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         if (!compiles(state, source, bytes)) {
             return;
         }

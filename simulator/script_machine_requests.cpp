@@ -22,7 +22,8 @@ std::uint32_t bits(std::int32_t value) {
 /// Takes the arguments that the table gives the instruction and keeps them for whoever looks.
 void request(ScriptState& s, const ScriptInstruction& i) {
     ScriptRequest wanted{.name = i.info->name, .arguments = {}, .argumentCount = 0, .text = {}};
-    wanted.argumentCount = static_cast<unsigned>(i.info->pops);
+    wanted.argumentCount =
+        static_cast<std::uint8_t>(i.info->pops); // none of these takes a number that varies
     for (unsigned k = wanted.argumentCount; k-- > 0;) {
         wanted.arguments[k] = s.popSigned();
     }

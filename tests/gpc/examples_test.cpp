@@ -194,7 +194,7 @@ TEST(Examples, MouseMovesTheStickPastTheDeadZone) {
     player.machine.device().mouseMoves[0] = -1;
     player.machine.device().mouseMoves[1] = 1000;
     player.wait(300);
-    EXPECT_NEAR(player.output(kStick2X), -12.17 * kOne, kOne / 10);
+    EXPECT_NEAR(player.output(kStick2X), -12.17 * kOne, 0.1 * kOne);
     EXPECT_NEAR(player.output(kStick2Y), kFull, 16);
     player.machine.device().mouseMoves.fill(0);
     player.wait(400);

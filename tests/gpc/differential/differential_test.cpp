@@ -113,7 +113,7 @@ private:
 
     /// The first number whose directory nobody else has created; several of these may run at once.
     static std::filesystem::path createDirectory() {
-        const auto parent = std::filesystem::temp_directory_path();
+        auto parent = std::filesystem::temp_directory_path();
         for (unsigned i = 0; i < 10000; ++i) {
             auto path = parent / ("ferrylink-differential-" + std::to_string(i));
             std::error_code error;

@@ -15,6 +15,8 @@ namespace Vantor::gpc::differential {
 
 enum class Scalar : std::uint8_t { uint8, int8, uint16, int16, uint32, int32, fix32 };
 
+inline constexpr int kScalarCount = 7;
+
 [[nodiscard]] const char* scriptName(Scalar type);
 [[nodiscard]] const char* cName(Scalar type);
 [[nodiscard]] unsigned widthOf(Scalar type);

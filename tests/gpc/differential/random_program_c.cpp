@@ -6,6 +6,7 @@
 
 #include "tests/gpc/differential/random_program.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 #include <utility>
@@ -173,12 +174,9 @@ private:
     }
 
     std::string continueLabel() const {
-        for (auto it = exits.rbegin(); it != exits.rend(); ++it) {
-            if (!it->continueLabel.empty()) {
-                return it->continueLabel;
-            }
-        }
-        return "";
+        const auto loop = std::find_if(exits.rbegin(), exits.rend(),
+                                       [](const Exits& exit) { return !exit.continueLabel.empty(); });
+        return loop == exits.rend() ? "" : loop->continueLabel;
     }
 
     void loop(const Node& node) {
@@ -344,7 +342,7 @@ private:
     }
 
     std::string logical(const Node& node) {
-        const std::string result = fresh();
+        std::string result = fresh();
         const std::string left = expression(node.kids[0]);
         const std::string_view op = node.op;
         if (op == "^^") {
@@ -361,7 +359,7 @@ private:
     }
 
     std::string conditional(const Node& node) {
-        const std::string result = fresh();
+        std::string result = fresh();
         line("if (" + expression(node.kids[0]) + ") {");
         line(result + " = " + expression(node.kids[1]) + ";");
         line("} else {");
@@ -373,7 +371,8 @@ private:
     std::string math(const Node& node) {
         std::string arguments;
         for (const Node& kid : node.kids) {
-            arguments += (arguments.empty() ? "" : ", ") + expression(kid);
+            arguments += arguments.empty() ? "" : ", ";
+            arguments += expression(kid);
         }
         const bool isUnsigned = node.word == Word::Unsigned;
         return set("math_" + std::string(node.op) + (isUnsigned ? "_unsigned(" : "(") + arguments + ")");

@@ -239,7 +239,7 @@ private:
     }
 
     std::string expression(const Node& node) {
-        const std::string name = node.variable >= 0 ? program.variables[indexOf(node.variable)].name : "";
+        std::string name = node.variable >= 0 ? program.variables[indexOf(node.variable)].name : "";
         switch (node.kind) {
         case Kind::Constant:
             return literal(node.value, node.word);

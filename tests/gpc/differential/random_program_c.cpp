@@ -335,7 +335,9 @@ private:
                 const char* helper = leftWord == Word::Fixed ? rule.ofFixed
                                      : isUnsigned            ? rule.ofUnsigned
                                                              : rule.ofSigned;
-                return set(std::string(helper) + "(" + left + ", " + right + ")");
+                std::string call = helper;
+                call.append("(").append(left).append(", ").append(right).append(")");
+                return set(call);
             }
         }
         return "unknown_operator";

@@ -15,7 +15,7 @@ build_packages=(
   g++ cmake ninja-build ccache pkg-config
   qt6-base-dev libgl-dev libhidapi-dev libcli11-dev nlohmann-json3-dev
 )
-test_packages=(libgtest-dev libgmock-dev libbenchmark-dev python3)
+test_packages=(libgtest-dev libgmock-dev libbenchmark-dev python3 tcc)
 
 # need PACKAGE...: installs those that are missing.
 need() {

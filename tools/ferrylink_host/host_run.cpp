@@ -102,7 +102,7 @@ void HostRun::onConnected() {
 void HostRun::onReconnected() {
     if (disconnections > reconnections)
         ++reconnections;
-    if (noticeLimit.isActive()) {
+    if (replugged && noticeLimit.isActive()) {
         noticeLimit.stop();
         reconnectionMs = sinceReplug.elapsed();
         if (options.feeds() && !feeder.hasFinished())

@@ -5,13 +5,14 @@
 #
 #   default    unit and integration tests, release build, warnings as errors
 #   sanitize   the same under AddressSanitizer and UndefinedBehaviorSanitizer, the threaded ones under ThreadSanitizer
-#   lint       formatting and static analysis (clang-format, clang-tidy), and checks on the texts of the project
+#   style      formatting (clang-format) and a few rules of the house
+#   tidy       static analysis (clang-tidy)
 #   bench      measures against named baselines and prints ratios; never fails on a figure
 #   all        every lane above
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-usage() { sed -n '2,10s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"; }
+usage() { sed -n '2,11s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"; }
 
 # Tests that measure counts against time claim the machine for themselves (RUN_SERIAL), so this is safe.
 jobs=$(nproc)
@@ -29,10 +30,15 @@ lane_sanitize() {
   setarch --addr-no-randomize ctest --preset tsan -j "$jobs"
 }
 
-lane_lint() {
-  need clang-format clang-tidy
+lane_style() {
+  need clang-format
+  scripts/style.sh
+}
+
+lane_tidy() {
+  need clang-tidy
   build release
-  scripts/lint.sh
+  scripts/tidy.sh
 }
 
 lane_bench() {
@@ -43,8 +49,8 @@ lane_bench() {
 lanes=()
 for lane in "${@:-default}"; do
   case $lane in
-    default | sanitize | lint | bench) lanes+=("$lane") ;;
-    all) lanes+=(default sanitize lint bench) ;;
+    default | sanitize | style | tidy | bench) lanes+=("$lane") ;;
+    all) lanes+=(default sanitize style tidy bench) ;;
     -h | --help)
       usage
       exit 0

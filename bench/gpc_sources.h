@@ -15,8 +15,8 @@ inline std::string fullSlotScript() {
     return fullSlotProgram(Language::Script);
 }
 
-/// About `bytes` of comments, macros and code. Beyond what fits a memory slot the code is one sum of constants, which every
-/// compiler reads and expands but which costs no bytecode.
+/// About `bytes` of comments, macros and code. Beyond what fits a memory slot the code is one sum of
+/// constants, which every compiler reads and expands but which costs no bytecode.
 std::string longProgram(Language language, std::size_t bytes);
 inline std::string longScript(std::size_t bytes) {
     return longProgram(Language::Script, bytes);

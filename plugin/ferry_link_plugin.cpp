@@ -77,7 +77,7 @@ FerryLinkPlugin::FerryLinkPlugin(QObject* parent)
 }
 
 FerryLinkPlugin::~FerryLinkPlugin() {
-    shutdown();
+    FerryLinkPlugin::shutdown();
 }
 
 QString FerryLinkPlugin::name() const {

@@ -222,6 +222,23 @@ TEST_F(Lifecycle, NothingFollowsTheStopPacketAtShutdown) {
     EXPECT_EQ(connection(), QStringLiteral("disconnected"));
 }
 
+TEST_F(Lifecycle, AShutdownDuringTheInitialisationEndsWithTheStopPacketToo) {
+    const int adapter = virtual_adapter_add("bus:1", "A", nullptr);
+    for (const std::uint64_t writes : {0U, 1U, 3U}) { // right behind the start, then between two packets
+        const std::uint64_t before = statistics(adapter).writes;
+        ASSERT_TRUE(bringUp());
+        start();
+        ASSERT_EQ(virtual_adapter_wait(adapter, VIRTUAL_ADAPTER_COUNT_WRITES, before + writes, kPatienceMs),
+                  1);
+        plugin->shutdown();
+        const Report last = received(adapter).back();
+        EXPECT_EQ(last[1], 0xF1);
+        EXPECT_EQ(last[1 + 37], 0x80) << "the last report is not the stop packet";
+        EXPECT_EQ(statistics(adapter).reports_since_stop, 0U);
+        EXPECT_EQ(statistics(adapter).open_handles, 0U);
+    }
+}
+
 TEST_F(Lifecycle, ComesUpAgainAfterAShutdown) {
     virtual_adapter_add("bus:1", "A", nullptr);
     for (int round = 0; round < 2; ++round) {

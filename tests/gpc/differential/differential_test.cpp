@@ -66,7 +66,7 @@ std::string runScript(const Program& program) {
         return "not compiled: " + std::to_string(d.line) + ":" + std::to_string(d.column) + ": " + d.message;
     }
     simulator::ScriptMachine machine({.tickMs = 10, .stepLimit = kStepLimit, .seed = 1});
-    if (!machine.load(compiled.bytecode) || !machine.tick()) {
+    if (!machine.load(compiled.bytecode) || !machine.tick() || !machine.tick()) {
         return "stopped: " + machine.error();
     }
     return showGlobals(program, machine.memory());

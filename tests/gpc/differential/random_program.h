@@ -114,8 +114,9 @@ struct Program {
 
 [[nodiscard]] std::string printScript(const Program& program);
 
-/// Functions named after `prefix`, and PREFIX_run(), which executes init and main and prints every byte of
-/// every global that is not const, in declaration order and big-endian, as one line of hexadecimal digits.
+/// Functions named after `prefix`, and PREFIX_run(), which executes init, main and main again, and prints
+/// every byte of every global that is not const, in declaration order and big-endian, as one line of
+/// hexadecimal digits.
 [[nodiscard]] std::string printC(const Program& program, const std::string& prefix);
 /// What every C file of this kind starts with.
 [[nodiscard]] const char* cPrelude();

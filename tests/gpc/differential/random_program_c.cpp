@@ -35,7 +35,8 @@ public:
         for (const Function& function : program.functions) {
             printFunction(function);
         }
-        text += "static void " + prefix + "run(void) { " + prefix + "init(); " + prefix + "main();\n";
+        text += "static void " + prefix + "run(void) { " + prefix + "init(); " + prefix + "main(); " +
+                prefix + "main();\n";
         for (const int index : program.globals) {
             const Variable& v = program.variables[indexOf(index)];
             if (v.place == Variable::Place::Global) {

@@ -11,11 +11,12 @@ die() {
   exit 1
 }
 
-build_packages=(
-  g++ cmake ninja-build ccache pkg-config
+# One list for everything: programs and tests are configured together, in one build folder.
+packages=(
+  g++ cmake ninja-build ccache pkg-config python3
   qt6-base-dev libgl-dev libhidapi-dev libcli11-dev nlohmann-json3-dev
+  libgtest-dev libgmock-dev libbenchmark-dev tcc
 )
-test_packages=(libgtest-dev libgmock-dev libbenchmark-dev python3 tcc)
 
 # need PACKAGE...: installs those that are missing.
 need() {

@@ -34,7 +34,7 @@ while [ $# -gt 0 ]; do
   shift
 done
 
-need "${build_packages[@]}"
+need "${packages[@]}"
 build release --target ferrylink-host cvfeed ferrylink_plugin ferrylink_virtual_hidapi
 
 case $mode in

@@ -62,7 +62,7 @@ for lane in "${@:-default}"; do
   esac
 done
 
-need "${build_packages[@]}" "${test_packages[@]}"
+need "${packages[@]}"
 for lane in "${lanes[@]}"; do
   say "Lane $lane"
   "lane_$lane"

@@ -31,7 +31,7 @@ lane_sanitize() {
 }
 
 lane_style() {
-  need clang-format
+  need git clang-format
   scripts/style.sh
 }
 

@@ -79,7 +79,6 @@ private:
     void createWorkers();
     void connectWorkers();
     void connectStatusReports();
-    void connectPanel();
     void stopWorkers();
     void discardWorkerEvents();
     void destroyWorkers();

@@ -57,7 +57,7 @@ void AdapterStatus::showIn(FerryLinkWidget& panel) const {
     if (firmwareVersion)
         panel.setFirmwareVersion(*firmwareVersion);
     if (outputProtocol)
-        panel.setOutputProtocol(outputProtocolName(*outputProtocol));
+        panel.setOutputProtocol(*outputProtocol, outputProtocolName(*outputProtocol));
     if (usbPorts)
         panel.setUsbPorts(*usbPorts);
     if (scripts)

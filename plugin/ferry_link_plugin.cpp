@@ -204,8 +204,9 @@ void FerryLinkPlugin::connectStatusReports() {
          [](FerryLinkWidget& shown, const QString& version) { shown.setFirmwareVersion(version); });
     keep(&FerryLinkThread::loadedSlotChanged, &AdapterStatus::loadedSlot,
          [](FerryLinkWidget& shown, int slot) { shown.setLoadedSlot(slot); });
-    keep(&FerryLinkThread::outputProtocolReceived, &AdapterStatus::outputProtocol,
-         [](FerryLinkWidget& shown, int value) { shown.setOutputProtocol(outputProtocolName(value)); });
+    keep(
+        &FerryLinkThread::outputProtocolReceived, &AdapterStatus::outputProtocol,
+        [](FerryLinkWidget& shown, int value) { shown.setOutputProtocol(value, outputProtocolName(value)); });
     keep(&FerryLinkThread::usbPortInfoReceived, &AdapterStatus::usbPorts,
          [](FerryLinkWidget& shown, const TitanUsbPortInfo& ports) { shown.setUsbPorts(ports); });
     keep(&FerryLinkThread::scriptInfoReceived, &AdapterStatus::scripts,

@@ -3,6 +3,7 @@
 #include "host/run_status_card.h"
 #include "ui/device_selector.h"
 #include "ui/error_line.h"
+#include "ui/kmg_view.h"
 #include "ui/rates_view.h"
 #include "ui/slot_list_view.h"
 #include "ui/status_view.h"
@@ -20,7 +21,8 @@ FerryLinkWidget::FerryLinkWidget(PluginRunController* controller, QWidget* paren
       error(new ErrorLine(this)),
       status(new StatusView(this)),
       rates(new RatesView(this)),
-      slotList(new SlotListView(this)) {
+      slotList(new SlotListView(this)),
+      kmg(new KmgView(this)) {
     setObjectName(QStringLiteral("FerryLinkWidget"));
     setWindowTitle(tr("Ferry Link"));
     buildRunCard(controller);
@@ -29,6 +31,8 @@ FerryLinkWidget::FerryLinkWidget(PluginRunController* controller, QWidget* paren
     connect(devices, &DeviceSelector::selectionChanged, this, &FerryLinkWidget::deviceSelectionChanged);
     connect(devices, &DeviceSelector::refreshRequested, this, &FerryLinkWidget::deviceRefreshRequested);
     connect(restart, &QToolButton::clicked, this, &FerryLinkWidget::onRestartClicked);
+    connect(kmg, &KmgView::startRequested, this, &FerryLinkWidget::kmgCaptureStartRequested);
+    connect(kmg, &KmgView::stopRequested, this, &FerryLinkWidget::kmgCaptureStopRequested);
 }
 
 void FerryLinkWidget::buildRunCard(PluginRunController* controller) {
@@ -44,7 +48,7 @@ void FerryLinkWidget::buildRunCard(PluginRunController* controller) {
 void FerryLinkWidget::buildLayout() {
     auto* content = new QWidget(this);
     auto* groups = new QVBoxLayout(content);
-    for (QWidget* const group : std::initializer_list<QWidget*>{status, rates, slotList})
+    for (QWidget* const group : std::initializer_list<QWidget*>{status, rates, slotList, kmg})
         groups->addWidget(group);
     groups->addStretch(1);
     groups->setContentsMargins(0, 0, 0, 0);
@@ -95,6 +99,7 @@ void FerryLinkWidget::selectDevice(const QString& path) {
 
 void FerryLinkWidget::setConnectionState(ConnectionState state) {
     status->setConnectionState(state);
+    kmg->setAvailable(state == ConnectionState::connected);
 }
 
 void FerryLinkWidget::setErrorMessage(const QString& message) {
@@ -123,7 +128,7 @@ void FerryLinkWidget::setLoadedSlot(int slot) {
     slotList->setLoadedSlot(slot);
 }
 
-void FerryLinkWidget::setOutputProtocol(const QString& name) {
+void FerryLinkWidget::setOutputProtocol(int /*value*/, const QString& name) {
     status->setOutputProtocol(name);
 }
 
@@ -138,6 +143,14 @@ void FerryLinkWidget::setScripts(const QList<TitanScriptInfo>& scripts) {
 void FerryLinkWidget::clearStatus() {
     status->clear();
     slotList->clear();
+}
+
+void FerryLinkWidget::setKmgCapturing(bool capturing) {
+    kmg->setCapturing(capturing);
+}
+
+void FerryLinkWidget::setKmgRates(quint32 keyboardHz, quint32 mouseHz, quint32 controllerHz) {
+    kmg->setRates(keyboardHz, mouseHz, controllerHz);
 }
 
 void FerryLinkWidget::clearRates() {

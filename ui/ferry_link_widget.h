@@ -17,6 +17,7 @@ namespace Vantor {
 
 class DeviceSelector;
 class ErrorLine;
+class KmgView;
 class PluginRunController;
 class RatesView;
 class RunStatusCard;
@@ -48,20 +49,31 @@ public slots:
     void setPacketRate(int packetsPerSecond);
     void setFirmwareVersion(const QString& version);
     void setLoadedSlot(int slot);
-    void setOutputProtocol(const QString& name);
+    /// What the adapter has reported; the selector follows without asking for it again. A value that no entry
+    /// of the selector carries leaves the selection alone.
+    void setOutputProtocol(int value, const QString& name);
     void setUsbPorts(const Vantor::TitanUsbPortInfo& ports);
     void setScripts(const QList<Vantor::TitanScriptInfo>& scripts);
     /// Forgets what the adapter said of itself.
     void clearStatus();
     void clearRates();
 
+    /// Whether input is being captured, which only the capturing side knows.
+    void setKmgCapturing(bool capturing);
+    /// Captured records per second of each kind.
+    void setKmgRates(quint32 keyboardHz, quint32 mouseHz, quint32 controllerHz);
+
 signals:
     /// Restart the bridge on the adapter with this path; never empty.
     void restartBridgeRequested(const QString& devicePath);
     /// The user has chosen another adapter; selectedDevicePath() says which.
     void deviceSelectionChanged();
-    /// The user wants the adapters looked for again; the answer is setDevices(), at once.
+    /// The adapters shall be looked for again, because the user wants it or because the panel has been in
+    /// sight and unconnected for a while; the answer is setDevices(), at once.
     void deviceRefreshRequested();
+    /// Capture these for the adapter; at least one of them is wanted.
+    void kmgCaptureStartRequested(bool keyboard, bool mouse, bool controller);
+    void kmgCaptureStopRequested();
 
 private:
     void buildRunCard(PluginRunController* controller);
@@ -74,6 +86,7 @@ private:
     StatusView* status = nullptr;
     RatesView* rates = nullptr;
     SlotListView* slotList = nullptr;
+    KmgView* kmg = nullptr;
 };
 
 } // namespace Vantor

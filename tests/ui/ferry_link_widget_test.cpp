@@ -182,7 +182,7 @@ TEST_F(Panel, ShowsWhatIsKnownAndDashesForTheRest) {
     ports.prog = QStringLiteral("Vantor");
     panel.setConnectionState(ConnectionState::reconnecting);
     panel.setFirmwareVersion(QStringLiteral("1.2.3.4"));
-    panel.setOutputProtocol(QStringLiteral("Playstation 5"));
+    panel.setOutputProtocol(13, QStringLiteral("Playstation 5"));
     panel.setUsbPorts(ports);
     panel.setLoadedSlot(0);
     panel.setFrameRates(1000, 0.0523, 0.0104);
@@ -262,8 +262,8 @@ TEST_F(Panel, IsWorkedWithTheKeyboardAloneAndNamesEveryControl) {
         QTest::keyClick(here, Qt::Key_Tab);
     }
     EXPECT_EQ(visited.join(QStringLiteral("; ")).toStdString(),
-              QStringLiteral(
-                  "Device; Refresh device list; Start Bridge; Restart Bridge; Slot 1, \u2013; Device status")
+              QStringLiteral("Device; Refresh device list; Start Bridge; Restart Bridge; Slot 1, \u2013; "
+                             "Keyboard; Mouse; Controller; Device status")
                   .toStdString());
 }
 

@@ -21,16 +21,13 @@ struct StandardBlock {
     std::size_t dataBytes;
 };
 
-constexpr std::size_t kKeyboardBytes = 512;
-constexpr std::size_t kMouseBytes = 256;
-
 constexpr std::array kStandardBlocks{
     StandardBlock{BlockName::kControllerInput, sizeof(ControllerData)},
     StandardBlock{BlockName::kControllerOutput, sizeof(ControllerData)},
     StandardBlock{BlockName::kControllerReport, sizeof(ControllerData)},
     StandardBlock{BlockName::kCVData, kMaxFrameBytes},
-    StandardBlock{BlockName::kKeyboardRawInput, kKeyboardBytes},
-    StandardBlock{BlockName::kMouseRawInput, kMouseBytes},
+    StandardBlock{BlockName::kKeyboardRawInput, sizeof(KeyboardData)},
+    StandardBlock{BlockName::kMouseRawInput, sizeof(MouseData)},
 };
 
 /// Far above every record; keeps a mistaken size from reserving all of the machine's memory.

@@ -75,4 +75,69 @@ static_assert(offsetof(ControllerData, timestampNs) == 168);
 static_assert(offsetof(ControllerData, connected) == 176);
 static_assert(std::is_trivially_copyable_v<ControllerData>);
 
+/// Bits of KeyboardData::modifiers.
+namespace KeyModifier {
+inline constexpr std::uint32_t kLeftShift = 0x01;
+inline constexpr std::uint32_t kRightShift = 0x02;
+inline constexpr std::uint32_t kLeftCtrl = 0x04;
+inline constexpr std::uint32_t kRightCtrl = 0x08;
+inline constexpr std::uint32_t kLeftAlt = 0x10;
+inline constexpr std::uint32_t kRightAlt = 0x20;
+inline constexpr std::uint32_t kLeftWindows = 0x40;
+inline constexpr std::uint32_t kRightWindows = 0x80;
+} // namespace KeyModifier
+
+/// Which keys are held. Defaults: none.
+struct KeyboardData {
+    static constexpr std::size_t kKeys = 256;
+
+    std::array<std::uint8_t, kKeys> keys{}; ///< by Windows virtual-key code; anything but 0 = held
+    std::array<std::uint8_t, 64> reservedA{};
+    std::uint32_t modifiers = 0; ///< KeyModifier bits of the held ones
+    std::array<std::uint8_t, 4> reservedB{};
+    std::uint64_t timestampNs = 0; ///< monotonic nanoseconds of the publication; 0 = none
+    std::array<std::uint8_t, 176> reservedC{};
+};
+
+static_assert(sizeof(KeyboardData) == 512);
+static_assert(offsetof(KeyboardData, modifiers) == 320);
+static_assert(offsetof(KeyboardData, timestampNs) == 328);
+static_assert(std::is_trivially_copyable_v<KeyboardData>);
+
+/// Bits of MouseData::buttons; the bits above are further buttons.
+namespace MouseButton {
+inline constexpr std::uint16_t kLeft = 0x01;
+inline constexpr std::uint16_t kRight = 0x02;
+inline constexpr std::uint16_t kMiddle = 0x04;
+inline constexpr std::uint16_t kBack = 0x08;
+inline constexpr std::uint16_t kForward = 0x10;
+} // namespace MouseButton
+
+/// Held buttons, and the motion since the record before. A block keeps only its latest record, so motion
+/// would be lost with each record that a reader does not get to see; a writer that can therefore also adds up
+/// what it has published. A reader that knows an earlier record of the same totals takes the difference of
+/// the totals for the motion in between, and ignores `motionX`, `motionY` and `wheel`.
+struct MouseData {
+    std::int32_t motionX = 0;  ///< counts, right is positive
+    std::int32_t motionY = 0;  ///< counts, down is positive
+    std::int32_t wheel = 0;    ///< notches, away from the user is positive
+    std::uint16_t buttons = 0; ///< MouseButton bits of the held ones
+    std::array<std::uint8_t, 2> reservedA{};
+    /// Sums of motionX, motionY and wheel over all records of these totals, this one included; they wrap.
+    std::int64_t totalX = 0;
+    std::int64_t totalY = 0;
+    std::int64_t totalWheel = 0;
+    /// Tells one writer's totals from another's: monotonic nanoseconds of when they began at 0. 0 = this
+    /// writer keeps none.
+    std::uint64_t totalsStartNs = 0;
+    std::uint64_t timestampNs = 0; ///< monotonic nanoseconds of the publication; 0 = none
+    std::array<std::uint8_t, 200> reservedB{};
+};
+
+static_assert(sizeof(MouseData) == 256);
+static_assert(offsetof(MouseData, buttons) == 12);
+static_assert(offsetof(MouseData, totalX) == 16);
+static_assert(offsetof(MouseData, totalsStartNs) == 40);
+static_assert(std::is_trivially_copyable_v<MouseData>);
+
 } // namespace Vantor

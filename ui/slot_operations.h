@@ -16,10 +16,16 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
+#include <vector>
 
 namespace Vantor {
+
+namespace gpc {
+struct Diagnostic;
+} // namespace gpc
 
 /// Slot indices are 0..8; slot numbers, in signals and texts, 1..9.
 ///
@@ -88,39 +94,53 @@ private:
         QString fileName;
         TransferPackets packets;
         std::size_t sent = 0;
+        unsigned id = 0; ///< tells it from one that a signal's handler has begun in its place
     };
     /// A slot that is to be loaded once its timer has fired and no transfer runs.
     struct PendingLoad {
         QTimer timer;
-        QString fileName;
-        bool isPending = false;
+        std::optional<QString> fileName; ///< what was transferred; empty while no load is to come
         bool isDue = false;
     };
 
-    bool refusedAsBusy(const QString& title);
-    bool loadSourceFrom(int slotIndex, const QString& path, platform::RegularFile& file);
-    bool loadBytecodeFrom(int slotIndex, const QString& path, platform::RegularFile& file);
+    // Each false, null or empty result here comes after failed().
+    bool refuse(const QString& title, const QString& text);
+    std::shared_ptr<platform::RegularFile> openForLoading(const QString& path, const QString& title);
+    std::optional<QByteArray> readForLoading(platform::RegularFile& file, std::size_t limit,
+                                             const QString& path, const QString& title);
+    bool loadSourceFrom(int slotIndex, const QString& path, platform::RegularFile& file, std::size_t limit);
     bool loadTranslatorFrom(int slotIndex, const QString& path, platform::RegularFile& file);
     bool loadDroppedBytecode(int slotIndex, const DroppedFile& dropped);
     bool transferBytecode(int slotIndex, const QString& fileName, std::span<const std::uint8_t> bytes);
-    bool refuse(const QString& title, const QString& text);
+    bool begin(Kind kind, int slotIndex, const QString& fileName, TransferPackets packets);
 
-    void begin(Kind kind, int slotIndex, const QString& fileName, TransferPackets packets);
+    bool isRefusedAsBusy(const QString& title);
+    static QString sourceTooLargeText(const QString& path, std::size_t limit);
+    static QString diagnosticsText(const QString& path, const std::vector<gpc::Diagnostic>& diagnostics);
+
+    bool isCurrent(unsigned id) const { return transfer && transfer->id == id; }
+    Transfer takeTransfer();
     void sendBatch();
-    void transferBroken(const Transfer& broken);
-    void transferComplete(const Transfer& complete);
+    void endBroken();
+    void tellBroken(const Transfer& broken, Notice notice);
+    void endComplete();
     void finishTranslator(const Transfer& complete);
+
+    PendingLoad& pendingLoad(int slotIndex) { return pendingLoads[static_cast<std::size_t>(slotIndex)]; }
     void slotLoadIsDue(int slotIndex);
     void loadDueSlots();
+    std::optional<QString> takePendingLoad(int slotIndex);
     void dropPendingLoad(int slotIndex);
+    void tellNotLoaded(int slotIndex, const QString& fileName, Notice notice);
 
     bool send(std::span<const std::uint8_t> packet) const { return sender && sender(packet); }
-    bool sendLoadSlot(int slotIndex);
-    bool clearComponent(int slotIndex, std::uint8_t component, const QString& logText);
+    bool writeLoadSlot(int slotIndex) const;
+    bool clearComponent(int slotIndex, SlotComponent component);
 
     PacketSender sender;
     Timing times;
     std::optional<Transfer> transfer;
+    unsigned lastTransferId = 0;
     QTimer batchTimer;
     std::array<PendingLoad, kMemorySlots> pendingLoads;
 };

@@ -114,7 +114,7 @@ struct virtual_adapter_statistics {
     uint64_t read_calls;
     uint64_t reads; /* that returned a report */
     uint64_t read_failures;
-    uint64_t reports_dropped; /* from a handle's queue, unread */
+    uint64_t reports_dropped; /* from the queue of a handle that has been read from */
     uint64_t stalled;         /* calls that are being stalled now */
 
     uint64_t errors; /* reports that break the protocol; see virtual_adapter_error_text() */

@@ -161,6 +161,7 @@ hid_device* VirtualBus::openAdapter(const std::shared_ptr<VirtualAdapter>& adapt
     advance(*adapter, nowNs()); // what was due before the opening is not for this handle
     entry->open = true;
     entry->nonBlocking = false;
+    entry->reads = false;
     entry->adapter = adapter;
     entry->plugGeneration = adapter->plugGeneration;
     entry->openNumber = ++openNumbers;
@@ -258,7 +259,8 @@ void VirtualBus::distribute(VirtualAdapter& adapter, const std::uint8_t* bytes, 
         if (handle.queueCount == handle.queue.size()) {
             handle.queueBegin = (handle.queueBegin + 1) % handle.queue.size();
             --handle.queueCount;
-            ++adapter.counts.reports_dropped;
+            if (handle.reads)
+                ++adapter.counts.reports_dropped;
         }
         InputReport& place = handle.queue[(handle.queueBegin + handle.queueCount) % handle.queue.size()];
         place.length = static_cast<std::uint8_t>(length);
@@ -347,6 +349,7 @@ int VirtualBus::read(hid_device* handle, unsigned char* data, std::size_t length
         return -1;
     const std::shared_ptr<VirtualAdapter> adapter = handle->adapter;
     ++adapter->counts.read_calls;
+    handle->reads = true;
     changed.notify_all();
     const bool survives = survivesFaults(lock, handle, VIRTUAL_ADAPTER_READ);
     const int result =

@@ -86,6 +86,7 @@ struct VirtualAdapter {
 struct hid_device_ {
     bool open = false;
     bool nonBlocking = false;
+    bool reads = false; ///< has been read from: what its queue loses is somebody's loss
     std::shared_ptr<Vantor::simulator::VirtualAdapter> adapter;
     unsigned plugGeneration = 0;
     std::uint64_t openNumber = 0; ///< tells one use of this pool entry from the next

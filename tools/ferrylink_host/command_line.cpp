@@ -15,6 +15,7 @@ constexpr qint64 kDefaultHeadlessFrames = 5000;
 constexpr int kMinFrameBytes = 20; // what a test frame needs
 constexpr int kMaxFrameBytes = 256;
 constexpr double kMaxDurationS = 7 * 24 * 3600;
+constexpr unsigned kMaxStatesHz = 10'000;
 constexpr int kMaxDelayMs = 3'600'000;
 
 constexpr char kExamples[] =
@@ -72,6 +73,9 @@ void declareRun(CLI::App& app, Options& options) {
            "End after this many frames; implies --feed 1000. Headless: 5000 unless --duration is given")
         ->type_name("N");
     app.add_option("--duration", options.durationS, "End after this many seconds")->type_name("S");
+    app.add_option("--states", options.statesHz,
+                   "Controller states of each kind that the simulated adapter sends a second, 0 to 10000")
+        ->type_name("HZ");
     app.add_option("--unplug-after", options.unplugAfterMs,
                    "Unplug the simulated adapter so many milliseconds after the first connection")
         ->type_name("MS");
@@ -92,6 +96,8 @@ void validate(const Options& options) {
         throw CLI::ValidationError("--bytes", "it needs --feed or --frames");
     if (options.frameBytes && (*options.frameBytes < kMinFrameBytes || *options.frameBytes > kMaxFrameBytes))
         throw CLI::ValidationError("--bytes", "a frame has 20 to 256 bytes");
+    if (options.statesHz && (*options.statesHz > kMaxStatesHz || !options.virtualAdapter))
+        throw CLI::ValidationError("--states", "the simulated adapter sends 0 to 10000 a second");
     for (const auto& [name, delay] : {std::pair("--unplug-after", options.unplugAfterMs),
                                       std::pair("--replug-after", options.replugAfterMs)})
         if (delay && (*delay < 0 || *delay > kMaxDelayMs))

@@ -24,6 +24,8 @@ struct Options {
     std::optional<int> frameBytes;    ///< the feeding process's own default when not set
     std::optional<qint64> frames;     ///< the feed, and with it the run, ends after this many
     std::optional<double> durationS;  ///< the run ends after this many seconds
+    std::optional<unsigned> statesHz; ///< controller states of each kind that the simulated adapter sends;
+                                      ///< its own default when not set
     std::optional<int> unplugAfterMs; ///< from the first connection on
     std::optional<int> replugAfterMs; ///< from the unplugging on
 

@@ -48,6 +48,8 @@ int run(const Options& options) {
         adapter = std::make_unique<VirtualAdapterLibrary>();
         if (!adapter->load(options.serial.isEmpty() ? QString::fromLatin1(kVirtualSerial) : options.serial))
             return refuse(adapter->errorString());
+        if (options.statesHz)
+            adapter->setStateRate(*options.statesHz);
     }
     PluginSession session;
     if (!session.open(options))

@@ -24,6 +24,14 @@ QJsonValue latencyJson(const std::optional<LatencyFigures>& latency) {
                        {QStringLiteral("max"), latency->maxUs}};
 }
 
+QJsonValue statesJson(const std::optional<StateFigures>& states) {
+    if (!states)
+        return QJsonValue::Null;
+    return QJsonObject{{QStringLiteral("input_sent"), states->inputSent},
+                       {QStringLiteral("output_sent"), states->outputSent},
+                       {QStringLiteral("reports_dropped"), states->reportsDropped}};
+}
+
 QString number(const std::optional<qint64>& value) {
     return value ? QString::number(*value) : QStringLiteral("unknown");
 }
@@ -119,6 +127,9 @@ bool FrameFigures::balance() const {
 void RunReport::takeStatistics(const virtual_adapter_statistics& statistics) {
     reportsWritten = static_cast<qint64>(statistics.writes);
     reportsRead = static_cast<qint64>(statistics.reads);
+    states = StateFigures{.inputSent = static_cast<qint64>(statistics.input_states_sent),
+                          .outputSent = static_cast<qint64>(statistics.report_states_sent),
+                          .reportsDropped = static_cast<qint64>(statistics.reports_dropped)};
     if (statistics.latency_samples > 0)
         latency = LatencyFigures{.p50Us = static_cast<double>(statistics.latency_p50_ns) / kNsPerUs,
                                  .p99Us = static_cast<double>(statistics.latency_p99_ns) / kNsPerUs,
@@ -142,6 +153,7 @@ QJsonObject RunReport::toJson() const {
             {QStringLiteral("frames"), frameCounts},
             {QStringLiteral("reports"), QJsonObject{{QStringLiteral("written"), orNull(reportsWritten)},
                                                     {QStringLiteral("read"), orNull(reportsRead)}}},
+            {QStringLiteral("states"), statesJson(states)},
             {QStringLiteral("latency_us"), latencyJson(latency)},
             {QStringLiteral("rates"), rates},
             {QStringLiteral("status"), status},

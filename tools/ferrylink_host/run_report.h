@@ -42,12 +42,20 @@ struct LatencyFigures {
     double maxUs = 0;
 };
 
+/// Controller states on the adapter's side, to hold against the records in the blocks.
+struct StateFigures {
+    qint64 inputSent = 0;
+    qint64 outputSent = 0;
+    qint64 reportsDropped = 0; ///< of any kind, from a queue that nobody read in time
+};
+
 struct RunReport {
     bool virtualAdapter = true;
     double seconds = 0;
     FrameFigures frames;
     std::optional<qint64> reportsWritten; ///< by the plug-in, as the simulated adapter counted
     std::optional<qint64> reportsRead;    ///< over all of the plug-in's handles
+    std::optional<StateFigures> states;
     std::optional<LatencyFigures>
         latency;        ///< from the producer's stamp to the arrival of a frame's last report
     QJsonObject rates;  ///< as the plug-in published them

@@ -42,6 +42,7 @@ bool VirtualAdapterLibrary::load(const QString& serial) {
     const bool resolved = resolve(add, "virtual_adapter_add") && resolve(remove, "virtual_adapter_remove") &&
                           resolve(unplugAdapter, "virtual_adapter_unplug") &&
                           resolve(replugAdapter, "virtual_adapter_replug") &&
+                          resolve(setRates, "virtual_adapter_set_rates") &&
                           resolve(getStatistics, "virtual_adapter_get_statistics") &&
                           resolve(getErrorText, "virtual_adapter_error_text");
     if (!resolved)
@@ -54,6 +55,10 @@ bool VirtualAdapterLibrary::load(const QString& serial) {
 
 QByteArray VirtualAdapterLibrary::nextPath() {
     return "virtual:" + QByteArray::number(++pathNumber);
+}
+
+bool VirtualAdapterLibrary::setStateRate(unsigned hz) {
+    return setRates(adapter, hz, hz) == 0;
 }
 
 bool VirtualAdapterLibrary::unplug() {

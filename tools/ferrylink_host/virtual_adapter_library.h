@@ -22,6 +22,8 @@ public:
     bool load(const QString& serial);
     QString errorString() const { return error; }
 
+    /// Controller states of each kind a second, 0 to 10000.
+    bool setStateRate(unsigned hz);
     bool unplug();
     /// Plugs the adapter in again, on a path that it has not had before.
     bool replug();
@@ -43,6 +45,7 @@ private:
     decltype(&virtual_adapter_remove) remove = nullptr;
     decltype(&virtual_adapter_unplug) unplugAdapter = nullptr;
     decltype(&virtual_adapter_replug) replugAdapter = nullptr;
+    decltype(&virtual_adapter_set_rates) setRates = nullptr;
     decltype(&virtual_adapter_get_statistics) getStatistics = nullptr;
     decltype(&virtual_adapter_error_text) getErrorText = nullptr;
 };

@@ -33,11 +33,12 @@ constexpr std::size_t pieceCount(std::span<const std::uint8_t> file) {
 static_assert(kMaxInputTranslatorBytes + 1 < 256);
 
 TransferPackets cut(std::uint8_t command, int slotIndex, std::span<const std::uint8_t> file) {
+    const auto length = static_cast<std::uint16_t>(payloadBytes(file));
     TransferPackets packets(pieceCount(file));
     for (std::size_t index = 0; index < packets.size(); ++index) {
         Packet& packet = packets[index];
         packet[0] = command;
-        putBigEndian16(packet.data() + kLengthOffset, static_cast<std::uint16_t>(payloadBytes(file)));
+        putBigEndian16(packet.data() + kLengthOffset, length);
         packet[kPieceIndexOffset] = static_cast<std::uint8_t>(index);
         auto out = packet.begin() + kPieceOffset;
         if (index == 0)

@@ -6,6 +6,7 @@
 #include "workers/post.h"
 #include "workers/worker_log.h"
 
+#include <QCoreApplication>
 #include <QStringList>
 
 #include <span>
@@ -83,8 +84,10 @@ void KMGCaptureThread::prepareStart() {
     if (runState.isUnderWay(QThread::isRunning()))
         return;
     wait(); // start() does nothing while the last run's thread has not quite ended
+    deliverPosted();
+    if (runState.isUnderWay(QThread::isRunning()))
+        return; // a listener has begun the next run already
     takeBlocks(blocksForNextRun);
-    ++runNumber;
     endPosted = false;
     stopEvent.reset();
     runState.prepare();
@@ -97,10 +100,15 @@ void KMGCaptureThread::stop() {
     stopEvent.set();
     wait();
     runState.end();
-    if (endPosted)
-        return; // it was ending by itself already
-    stoppedRun = runNumber;
-    emit captureStopped();
+    const bool endedByItself = endPosted;
+    deliverPosted();
+    if (!endedByItself)
+        emit captureStopped();
+}
+
+/// What a run has said comes out before its end is announced, and before the next run says anything.
+void KMGCaptureThread::deliverPosted() {
+    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
 }
 
 void KMGCaptureThread::run() {
@@ -193,10 +201,7 @@ void KMGCaptureThread::adoptPresentState() noexcept {
 }
 
 void KMGCaptureThread::announceStart() {
-    postTo(this, [this, run = runNumber] {
-        if (run != stoppedRun)
-            emit captureStarted();
-    });
+    postTo(this, [this] { emit captureStarted(); });
     QStringList names;
     for (std::size_t i = 0; i < kKmgDevices; ++i) {
         if (capture[i])

@@ -3,8 +3,9 @@
 // started, stopped and destroyed on one thread, the owner (the GUI thread); run() is the worker.
 //
 // Every run that begins ends with exactly one captureStopped: from stop(), or, when the run ends by itself,
-// behind its captureError. By then the neutral packet has been sent where that was still possible, the
-// adapter is closed and the rates are 0.
+// behind its captureError. All signals come in the owner's thread and in the order in which they happened;
+// stop() and prepareStart() deliver what is still on its way. When captureStopped comes, the neutral packet
+// has been sent where that was still possible, the adapter is closed and the rates are 0.
 
 #pragma once
 
@@ -59,8 +60,7 @@ public:
     bool isRunning() const { return runState.isRunning(); }
 
 signals:
-    /// The adapter knows the devices; input that is published from here on reaches it. Does not come any more
-    /// behind a stop().
+    /// The adapter knows the devices; input that is published from here on reaches it.
     void captureStarted();
     void captureStopped();
     /// The run has failed; captureStopped follows.
@@ -98,6 +98,7 @@ private:
     }
     void publishRates(const KmgRates::Rates& values) const noexcept;
     void takeBlocks(const QList<MemoryBlockInfo>& blocks);
+    void deliverPosted();
 
     QString devicePath;
     KmgCapture capture{};
@@ -107,9 +108,7 @@ private:
     platform::Event stopEvent;
     QList<MemoryBlockInfo> blocksForNextRun;
 
-    std::uint32_t runNumber = 0;  ///< changed by prepareStart() only, so never during a run
-    std::uint32_t stoppedRun = 0; ///< owner: the last run that stop() has ended
-    bool endPosted = false;       ///< worker, then owner behind the run: captureStopped is on its way
+    bool endPosted = false; ///< worker, then owner behind the run: captureStopped is on its way
 
     // The worker's alone.
     HidHandle device;

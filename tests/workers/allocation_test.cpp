@@ -1,11 +1,12 @@
-// The worker threads' loops ask for no memory: counted over 10,000 frames and 10,000 complete controller
-// states of each kind, through the real threads and the simulated adapter. The watching thread itself is not
-// counted.
+// The worker threads' loops ask for no memory: counted over 10,000 frames, 10,000 complete controller states
+// of each kind and 10,000 records of each captured device, through the real threads and the simulated
+// adapter. The watching thread itself is not counted.
 
 #include "tests/workers/allocation_counter.h"
 #include "tests/workers/controller_reports.h"
 #include "tests/workers/worker_fixture.h"
 #include "workers/ferry_link_thread.h"
+#include "workers/kmg_capture_thread.h"
 #include "workers/titan_outbound_thread.h"
 
 #include <thread>
@@ -114,6 +115,45 @@ TEST(Allocation, NoneForAControllerState) {
     test::Peer input(blocks, BlockName::kControllerInput);
     EXPECT_GE(input.sequence(), static_cast<std::int64_t>(kRounds));
     bridge.stop();
+}
+
+TEST(Allocation, NoneForCapturedInput) {
+    const Adapter adapter;
+    const test::Blocks blocks;
+    test::Peer keyboardBlock(blocks, BlockName::kKeyboardRawInput);
+    test::Peer mouseBlock(blocks, BlockName::kMouseRawInput);
+    test::Peer controllerBlock(blocks, BlockName::kControllerOutput);
+    std::atomic<std::uint32_t> hz{0};
+    test::SignalLog log;
+    KMGCaptureThread capture;
+    QObject::connect(&capture, &KMGCaptureThread::captureStarted, &log, [&log] { log.add("started"); });
+    capture.setMemoryBlocks(blocks.all());
+    capture.setDevicePath(Adapter::kPath);
+    capture.setCapture(true, true, true);
+    capture.setMouseHzSink(&hz);
+    capture.prepareStart();
+    capture.start();
+    log.waitFor("started");
+
+    std::uint64_t written = adapter.statistics().writes;
+    KeyboardData keyboard;
+    MouseData mouse;
+    ControllerData controller;
+    const auto publish = [&](test::Peer& block, const auto& record) {
+        ASSERT_TRUE(block.writeData(&record, sizeof record));
+        adapter.await(VIRTUAL_ADAPTER_COUNT_WRITES, ++written);
+    };
+    test::startCounting();
+    for (std::uint64_t round = 0; round < kRounds; ++round) {
+        keyboard.keys[0x41] ^= 1;
+        mouse.motionX = 1;
+        controller.axes[0] = round % 2 == 0 ? 100.0F : -100.0F;
+        publish(keyboardBlock, keyboard);
+        publish(mouseBlock, mouse);
+        publish(controllerBlock, controller);
+    }
+    EXPECT_EQ(test::stopCounting(), 0U);
+    capture.stop();
 }
 
 } // namespace

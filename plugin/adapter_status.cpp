@@ -53,6 +53,7 @@ void AdapterStatus::clearReported() {
 
 void AdapterStatus::showIn(FerryLinkWidget& panel) const {
     panel.setConnectionState(connection);
+    panel.setKmgCapturing(capturing);
     panel.clearStatus();
     if (firmwareVersion)
         panel.setFirmwareVersion(*firmwareVersion);
@@ -72,6 +73,8 @@ QJsonObject AdapterStatus::toJson() const {
              QString::fromLatin1(kConnectionKeys[static_cast<std::size_t>(connection)])},
             {QStringLiteral("device_serial"),
              deviceSerial.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(deviceSerial)},
+            {QStringLiteral("accepts_commands"), acceptsCommands},
+            {QStringLiteral("capturing"), capturing},
             {QStringLiteral("firmware"), jsonOrNull(firmwareVersion, same)},
             {QStringLiteral("loaded_slot"), jsonOrNull(loadedSlot, same)},
             {QStringLiteral("output_protocol"), jsonOrNull(outputProtocol, outputProtocolName)},

@@ -23,19 +23,21 @@ QString outputProtocolName(int value);
 /// A value that has not been reported yet is not there.
 struct AdapterStatus {
     ConnectionState connection = ConnectionState::disconnected;
-    QString deviceSerial; ///< of the adapter that the bridge was started for;
-                          ///< empty when not known
+    QString deviceSerial;         ///< of the adapter that the bridge was started for;
+                                  ///< empty when not known
+    bool acceptsCommands = false; ///< slots can be loaded and cleared
+    bool capturing = false;       ///< keyboard, mouse or controller go to the adapter
     std::optional<QString> firmwareVersion;
     std::optional<int> loadedSlot;
     std::optional<int> outputProtocol;
     std::optional<TitanUsbPortInfo> usbPorts;
     std::optional<QList<TitanScriptInfo>> scripts;
 
-    /// Forgets what was reported; connection and serial stay.
+    /// Forgets what was reported; what stands before it stays.
     void clearReported();
     /// Shows all of it in the panel.
     void showIn(FerryLinkWidget& panel) const;
-    /// Keys: connection, device_serial, firmware, loaded_slot, output_protocol
+    /// Keys: connection, device_serial, accepts_commands, capturing, firmware, loaded_slot, output_protocol
     /// (its name), usb_ports {input_a, input_b, output, prog}, slots [{slot,
     /// name, version, author, input_translator}]; null for what is not known.
     QJsonObject toJson() const;

@@ -4,17 +4,14 @@
 #include "host/logging_service.h"
 #include "host/plugin_run_controller.h"
 #include "host/records.h"
-#include "host/settings_manager.h"
 #include "plugin/dock_action.h"
+#include "plugin/slot_transfer.h"
+#include "plugin/worker_set.h"
 #include "ui/ferry_link_widget.h"
-#include "workers/ferry_link_thread.h"
-#include "workers/titan_outbound_thread.h"
+#include "ui/slot_operations.h"
 
-#include <QCoreApplication>
 #include <QJsonArray>
 #include <hidapi/hidapi.h>
-
-#include <algorithm>
 
 namespace Vantor {
 
@@ -31,49 +28,35 @@ QString logSource() {
     return QStringLiteral("FerryLink");
 }
 
-QString settingsGroup() {
-    return QStringLiteral("ferry_link");
-}
-
-QString serialKey() {
-    return QStringLiteral("selected_device_serial");
-}
-
-const TitanDevice* findByPath(const QList<TitanDevice>& devices, const QString& path) {
-    const auto found = std::find_if(devices.begin(), devices.end(),
-                                    [&](const TitanDevice& device) { return device.path == path; });
-    return found == devices.end() ? nullptr : &*found;
-}
-
-const TitanDevice* findBySerial(const QList<TitanDevice>& devices, const QString& serial) {
-    if (serial.isEmpty())
-        return nullptr;
-    const auto found = std::find_if(devices.begin(), devices.end(),
-                                    [&](const TitanDevice& device) { return device.serialNumber == serial; });
-    return found == devices.end() ? nullptr : &*found;
-}
-
-/// What the bridge shall insist on: an adapter that reports no serial number is
-/// listed under a stand-in for one.
-QString requiredSerial(const TitanDevice* device) {
-    return device == nullptr || device->serialNumber == QLatin1String(kUnknownSerialNumber)
-               ? QString()
-               : device->serialNumber;
+QString captureLogSource() {
+    return QStringLiteral("KMGCapture");
 }
 
 } // namespace
 
 FerryLinkPlugin::FerryLinkPlugin(QObject* parent)
-    : QObject(parent), controller(new PluginRunController(this)) {
+    : QObject(parent),
+      controller(new PluginRunController(this)),
+      slotOperations(new MemorySlotOperations(
+          [this](std::span<const std::uint8_t> packet) { return workers && workers->sendPacket(packet); },
+          this)),
+      slotTransfer(new SlotTransfer(*slotOperations, this)) {
+    connectTimers();
+    connect(controller, &PluginRunController::startRequested, this, &FerryLinkPlugin::startOnChosenDevice);
+    connect(controller, &PluginRunController::stopRequested, this, &FerryLinkPlugin::onStopBridgeRequested);
+    connect(slotOperations, &MemorySlotOperations::failed, this, &FerryLinkPlugin::onSlotOperationFailed);
+    connect(slotTransfer, &SlotTransfer::changed, this, &FerryLinkPlugin::transferChanged);
+}
+
+void FerryLinkPlugin::connectTimers() {
     reconnectionTimer.setInterval(kReconnectionIntervalMs);
     connect(&reconnectionTimer, &QTimer::timeout, this, &FerryLinkPlugin::attemptReconnection);
     restartTimer.setInterval(kRestartPauseMs);
     restartTimer.setSingleShot(true);
-    connect(&restartTimer, &QTimer::timeout, this, [this] { onStartBridgeRequested(rememberedPath); });
+    connect(&restartTimer, &QTimer::timeout, this,
+            [this] { onStartBridgeRequested(choice.rememberedPath()); });
     ratesTimer.setInterval(kRatesIntervalMs);
     connect(&ratesTimer, &QTimer::timeout, this, &FerryLinkPlugin::publishRates);
-    connect(controller, &PluginRunController::startRequested, this, &FerryLinkPlugin::startOnChosenDevice);
-    connect(controller, &PluginRunController::stopRequested, this, &FerryLinkPlugin::onStopBridgeRequested);
 }
 
 FerryLinkPlugin::~FerryLinkPlugin() {
@@ -108,16 +91,12 @@ QStringList FerryLinkPlugin::requiredOutputBlocks() const {
 
 void FerryLinkPlugin::setMemoryBlocks(const QList<MemoryBlockInfo>& blocks) {
     memoryBlocks = blocks;
-    if (bridge)
-        bridge->setMemoryBlocks(memoryBlocks);
-    if (outbound)
-        outbound->setMemoryBlocks(memoryBlocks);
+    if (workers)
+        workers->setMemoryBlocks(memoryBlocks);
 }
 
 void FerryLinkPlugin::setSettingsManager(SettingsManager* settings) {
-    settingsManager = settings;
-    if (settingsManager != nullptr)
-        selectedSerial = settingsManager->getPluginValue(settingsGroup(), serialKey(), QString()).toString();
+    choice.setSettings(settings);
 }
 
 PluginRunController* FerryLinkPlugin::runController() {
@@ -134,82 +113,56 @@ bool FerryLinkPlugin::initialize() {
         return false;
     }
     deviceManager = new TitanDeviceManager(this);
-    createWorkers();
+    workers = std::make_unique<WorkerSet>(rates);
+    workers->setMemoryBlocks(memoryBlocks);
     connectWorkers();
     initialized = true;
     refreshPanelDevices();
     return true;
 }
 
-void FerryLinkPlugin::createWorkers() {
-    bridge = std::make_unique<FerryLinkThread>();
-    outbound = std::make_unique<TitanOutboundThread>();
-    workerInbox = std::make_unique<QObject>();
-    setMemoryBlocks(memoryBlocks);
-    bridge->setInputRateSink(&rates.inputPps);
-    bridge->setStateRateSink(&rates.statePps);
-    outbound->setCvDataHzSink(&rates.cvDataHz);
-    outbound->setLatencySink(&rates.latencyMs);
-    outbound->setJitterSink(&rates.jitterMs);
-}
-
 void FerryLinkPlugin::connectWorkers() {
-    QObject* const inbox = workerInbox.get();
-    const auto queued = Qt::QueuedConnection;
-    connect(
-        bridge.get(), &FerryLinkThread::bridgeError, inbox, [this](const QString& e) { onBridgeError(e); },
-        queued);
-    connect(
-        bridge.get(), &FerryLinkThread::bridgeStarted, inbox, [this] { onBridgeStarted(); }, queued);
-    // Said by stop(), on this thread: not queued, or it would be dropped with the run's late news.
-    connect(bridge.get(), &FerryLinkThread::bridgeStopped, inbox, [this] { onBridgeStopped(); });
-    connect(
-        bridge.get(), &FerryLinkThread::connectionStatusChanged, inbox,
-        [this](bool connected) { onConnectionStatusChanged(connected); }, queued);
-    connect(
-        bridge.get(), &FerryLinkThread::deviceDisconnected, inbox, [this] { onDeviceDisconnected(); },
-        queued);
+    WorkerSet* const set = workers.get();
+    connect(set, &WorkerSet::failed, this, &FerryLinkPlugin::onBridgeError);
+    connect(set, &WorkerSet::bridgeStarted, this, &FerryLinkPlugin::onBridgeStarted);
+    connect(set, &WorkerSet::bridgeStopped, this, &FerryLinkPlugin::onBridgeStopped);
+    connect(set, &WorkerSet::connectionStatusChanged, this, &FerryLinkPlugin::onConnectionStatusChanged);
+    connect(set, &WorkerSet::deviceDisconnected, this, &FerryLinkPlugin::onDeviceDisconnected);
+    connect(set, &WorkerSet::outboundReady, this, [this] {
+        status.acceptsCommands = wanted;
+        emit statusChanged();
+    });
+    connect(set, &WorkerSet::packetRateChanged, this, [this](int packetsPerSecond) {
+        if (panel && wanted)
+            panel->setPacketRate(packetsPerSecond);
+    });
+    connect(set, &WorkerSet::captureStarted, this, [this] { setCapturing(true); });
+    connect(set, &WorkerSet::captureStopped, this, &FerryLinkPlugin::endCapture);
+    connect(set, &WorkerSet::captureFailed, this, &FerryLinkPlugin::onCaptureFailed);
     connectStatusReports();
-
-    connect(
-        outbound.get(), &TitanOutboundThread::outboundError, inbox,
-        [this](const QString& error) { onBridgeError(error); }, queued);
-    connect(
-        outbound.get(), &TitanOutboundThread::deviceDisconnected, inbox, [this] { onDeviceDisconnected(); },
-        queued);
-    connect(
-        outbound.get(), &TitanOutboundThread::outboundPerformanceUpdate, inbox,
-        [this](int packetsPerSecond) {
-            if (panel && wanted)
-                panel->setPacketRate(packetsPerSecond);
-        },
-        queued);
 }
 
 void FerryLinkPlugin::connectStatusReports() {
     // Each keeps a value, shows it and says that the status has changed.
     const auto keep = [this](auto signal, auto AdapterStatus::*field, auto show) {
-        connect(
-            bridge.get(), signal, workerInbox.get(),
-            [this, field, show](const auto& value) {
-                resumingConnection = false;
-                status.*field = value;
-                if (panel)
-                    show(*panel, value);
-                emit statusChanged();
-            },
-            Qt::QueuedConnection);
+        connect(workers.get(), signal, this, [this, field, show](const auto& value) {
+            resumingConnection = false;
+            status.*field = value;
+            if (panel)
+                show(*panel, value);
+            emit statusChanged();
+        });
     };
-    keep(&FerryLinkThread::firmwareVersionReceived, &AdapterStatus::firmwareVersion,
+    keep(&WorkerSet::firmwareVersionReceived, &AdapterStatus::firmwareVersion,
          [](FerryLinkWidget& shown, const QString& version) { shown.setFirmwareVersion(version); });
-    keep(&FerryLinkThread::loadedSlotChanged, &AdapterStatus::loadedSlot,
+    keep(&WorkerSet::loadedSlotChanged, &AdapterStatus::loadedSlot,
          [](FerryLinkWidget& shown, int slot) { shown.setLoadedSlot(slot); });
     keep(
-        &FerryLinkThread::outputProtocolReceived, &AdapterStatus::outputProtocol,
+        &WorkerSet::outputProtocolReceived, &AdapterStatus::outputProtocol,
         [](FerryLinkWidget& shown, int value) { shown.setOutputProtocol(value, outputProtocolName(value)); });
-    keep(&FerryLinkThread::usbPortInfoReceived, &AdapterStatus::usbPorts,
+    keep(&WorkerSet::usbPortInfoReceived, &AdapterStatus::usbPorts,
          [](FerryLinkWidget& shown, const TitanUsbPortInfo& ports) { shown.setUsbPorts(ports); });
-    keep(&FerryLinkThread::scriptInfoReceived, &AdapterStatus::scripts,
+    keep(&WorkerSet::scriptInfoReceived, &AdapterStatus::scripts,
          [](FerryLinkWidget& shown, const QList<TitanScriptInfo>& scripts) { shown.setScripts(scripts); });
 }
 
@@ -221,11 +174,14 @@ void FerryLinkPlugin::shutdown() {
     reconnectionTimer.stop();
     restartTimer.stop();
     deviceManager->disconnectDevice();
+    slotOperations->cancel(MemorySlotOperations::Notice::silent);
     stopWorkers();
     // After the workers: nothing may follow the stop packet on the wire.
     deviceManager->shutDown();
-    discardWorkerEvents();
-    destroyWorkers();
+    workers->dropNews();
+    workers.reset();
+    delete deviceManager;
+    deviceManager = nullptr;
     hid_exit();
     initialized = false;
     controller->setRunning(false);
@@ -233,18 +189,11 @@ void FerryLinkPlugin::shutdown() {
     refreshPanelDevices();
 }
 
-void FerryLinkPlugin::destroyWorkers() {
-    bridge.reset();
-    outbound.reset();
-    workerInbox.reset();
-    delete deviceManager;
-    deviceManager = nullptr;
-}
-
 // ---- Starting and stopping the bridge ----
 
 void FerryLinkPlugin::startOnChosenDevice() {
-    const QString path = chooseDevicePath(refreshPanelDevices());
+    const QList<TitanDevice> devices = refreshPanelDevices();
+    const QString path = panel ? panel->selectedDevicePath() : choice.pathToStartOn(devices);
     resumingConnection = false;
     if (path.isEmpty()) {
         const QString error = tr("No Titan Two devices found. Connect one to a USB "
@@ -256,55 +205,33 @@ void FerryLinkPlugin::startOnChosenDevice() {
     onStartBridgeRequested(path);
 }
 
-QString FerryLinkPlugin::chooseDevicePath(const QList<TitanDevice>& devices) const {
-    if (panel)
-        return panel->selectedDevicePath();
-    if (const TitanDevice* const remembered = findBySerial(devices, selectedSerial))
-        return remembered->path;
-    return devices.isEmpty() ? QString() : devices.first().path;
-}
-
 void FerryLinkPlugin::onStartBridgeRequested(const QString& devicePath) {
-    if (!bridge || !outbound)
+    if (!workers)
         return;
     reconnectionTimer.stop();
     restartTimer.stop();
     const QList<TitanDevice> devices = enumerateDevices();
-    const TitanDevice* const device = findByPath(devices, devicePath);
-    rememberedPath = devicePath;
-    rememberedSerial = device == nullptr ? QString() : device->serialNumber;
+    const TitanDevice* const device = findDevice(devices, devicePath);
+    choice.remember(devicePath, device);
     wanted = true;
-
-    // Waits for runs that are over. QThread's own flag, unlike isRunning(), also covers a run that has not
-    // reached its first statement.
-    bridge->prepareStart();
-    outbound->prepareStart();
-    const bool bridgeRuns = bridge->QThread::isRunning();
-    const bool outboundRuns = outbound->QThread::isRunning();
-    if (!bridgeRuns && !outboundRuns) {
-        discardWorkerEvents();
-        adapterOpen = false;
-        status.clearReported();
-        status.deviceSerial = requiredSerial(device);
-        if (panel)
-            panel->clearStatus();
-        if (!resumingConnection)
-            showError({});
-        emit statusChanged();
-    }
-    if (!bridgeRuns) {
-        const bool selectedInPanel = panel && panel->selectedDevicePath() == devicePath;
-        bridge->setDevicePath(devicePath);
-        bridge->setDeviceSerial(selectedInPanel ? requiredSerial(device) : QString());
-        bridge->start(QThread::HighestPriority);
-    }
-    if (!outboundRuns) {
-        outbound->setDevicePath(devicePath);
-        outbound->start(QThread::HighestPriority);
-    }
+    if (workers->prepareStart())
+        forgetEarlierRun(requiredSerial(device));
+    const bool selectedInPanel = panel && panel->selectedDevicePath() == devicePath;
+    workers->start(devicePath, selectedInPanel ? requiredSerial(device) : QString());
     ratesTimer.start();
     controller->setRunning(true);
     updateConnection();
+}
+
+void FerryLinkPlugin::forgetEarlierRun(const QString& serial) {
+    adapterOpen = false;
+    status.clearReported();
+    status.deviceSerial = serial;
+    if (panel)
+        panel->clearStatus();
+    if (!resumingConnection)
+        showError({});
+    emit statusChanged();
 }
 
 void FerryLinkPlugin::onStopBridgeRequested() {
@@ -323,15 +250,15 @@ void FerryLinkPlugin::endWork(const QString& error) {
 }
 
 void FerryLinkPlugin::onRestartBridgeRequested(const QString& devicePath) {
-    if (!bridge || !outbound)
+    if (!workers)
         return;
     if (deviceManager->isDeviceConnected())
         TitanDeviceManager::sendStopPacket(deviceManager->currentDevicePath());
     wanted = true;
     resumingConnection = false;
     stopWorkers();
-    discardWorkerEvents(); // an error of the run that was just ended would end the restart too
-    rememberedPath = devicePath;
+    workers->dropNews(); // an error of the run that was just ended would end the restart too
+    choice.rememberPath(devicePath);
     restartTimer.start();
     controller->setRunning(true);
     updateConnection();
@@ -339,24 +266,13 @@ void FerryLinkPlugin::onRestartBridgeRequested(const QString& devicePath) {
 
 void FerryLinkPlugin::stopWorkers() {
     ratesTimer.stop();
-    if (bridge) {
-        bridge->setForwardControllerInput(true);
-        bridge->stop();
-    }
-    if (outbound)
-        outbound->stop();
+    endCapture();
+    if (workers)
+        workers->stop();
+    slotOperations->cancel();
     adapterOpen = false;
+    status.acceptsCommands = false;
     clearRates();
-}
-
-/// Drops what earlier runs still have under way, so that it cannot be taken for
-/// news of the next one. Only while neither worker runs. Posts to the worker
-/// objects come first: they turn into signals, and those into posts to the
-/// inbox.
-void FerryLinkPlugin::discardWorkerEvents() {
-    for (QObject* const receiver :
-         std::initializer_list<QObject*>{bridge.get(), outbound.get(), workerInbox.get()})
-        QCoreApplication::removePostedEvents(receiver, QEvent::MetaCall);
 }
 
 // ---- What the workers say ----
@@ -375,7 +291,7 @@ void FerryLinkPlugin::onBridgeError(const QString& error) {
 }
 
 void FerryLinkPlugin::onBridgeStarted() {
-    LoggingService::instance().info(logSource(), tr("Bridge started on %1").arg(rememberedPath));
+    LoggingService::instance().info(logSource(), tr("Bridge started on %1").arg(choice.rememberedPath()));
 }
 
 void FerryLinkPlugin::onBridgeStopped() {
@@ -399,7 +315,7 @@ void FerryLinkPlugin::onDeviceDisconnected() {
     const QString message = tr("The device was disconnected. Waiting for it to come back.");
     LoggingService::instance().warning(logSource(), message);
     showError(message);
-    if (!rememberedPath.isEmpty())
+    if (!choice.rememberedPath().isEmpty())
         startReconnecting();
 }
 
@@ -414,30 +330,82 @@ void FerryLinkPlugin::startReconnecting() {
 void FerryLinkPlugin::attemptReconnection() {
     if (restartTimer.isActive())
         return; // a restart is about to start the bridge
-    const QString wantedSerial = rememberedSerial.isEmpty() ? selectedSerial : rememberedSerial;
-    if (rememberedPath.isEmpty() && wantedSerial.isEmpty()) {
+    if (!choice.isSearchable()) {
         reconnectionTimer.stop();
         return;
     }
     const QList<TitanDevice> devices = enumerateDevices();
-    if (findByPath(devices, rememberedPath) != nullptr) {
-        reconnectTo(rememberedPath);
+    const TitanDevice* const found = choice.findAgain(devices);
+    if (found == nullptr)
         return;
+    if (panel && found->path != choice.rememberedPath()) {
+        panel->setDevices(devices, choice.chosenSerial());
+        panel->selectDevice(found->path);
     }
-    const TitanDevice* const moved = findBySerial(devices, wantedSerial);
-    if (moved == nullptr)
-        return;
-    rememberedPath = moved->path;
-    if (panel) {
-        panel->setDevices(devices, selectedSerial);
-        panel->selectDevice(moved->path);
-    }
-    reconnectTo(moved->path);
+    reconnectTo(found->path);
 }
 
 void FerryLinkPlugin::reconnectTo(const QString& devicePath) {
     resumingConnection = true;
     onStartBridgeRequested(devicePath);
+}
+
+// ---- Capture ----
+
+void FerryLinkPlugin::onKMGCaptureStartRequested(bool keyboard, bool mouse, bool controllerToo) {
+    const CaptureSources sources{.keyboard = keyboard, .mouse = mouse, .controller = controllerToo};
+    if (!sources.any())
+        onCaptureFailed(tr("Choose the keyboard, the mouse or the controller to be captured."));
+    else if (!adapterOpen || choice.rememberedPath().isEmpty())
+        onCaptureFailed(tr("Start the bridge, and wait until it is connected, before capturing input."));
+    else
+        workers->startCapture(choice.rememberedPath(), sources);
+}
+
+void FerryLinkPlugin::onKMGCaptureStopRequested() {
+    endCapture();
+}
+
+void FerryLinkPlugin::onCaptureFailed(const QString& error) {
+    LoggingService::instance().error(captureLogSource(), error);
+    endCapture();
+    showError(error);
+}
+
+void FerryLinkPlugin::endCapture() {
+    if (workers)
+        workers->stopCapture();
+    rates.clearCapture();
+    setCapturing(false);
+}
+
+void FerryLinkPlugin::setCapturing(bool capturing) {
+    if (panel) {
+        panel->setKmgCapturing(
+            capturing); // said again where it was so: a refused request left the panel waiting
+        if (!capturing)
+            panel->setKmgRates(0, 0, 0);
+    }
+    if (status.capturing == capturing)
+        return;
+    status.capturing = capturing;
+    emit statusChanged();
+}
+
+// ---- Memory slots ----
+
+bool FerryLinkPlugin::loadSlotFile(int slotNumber, const QString& path) {
+    return slotTransfer->loadFile(slotNumber, path);
+}
+
+QJsonObject FerryLinkPlugin::transferJson() const {
+    return slotTransfer->toJson();
+}
+
+/// The panel shows a box for it.
+void FerryLinkPlugin::onSlotOperationFailed(const QString& title, const QString& text) {
+    if (!panel)
+        LoggingService::instance().error(logSource(), title + QStringLiteral(": ") + text);
 }
 
 // ---- Devices and panel ----
@@ -449,7 +417,7 @@ QList<TitanDevice> FerryLinkPlugin::enumerateDevices() const {
 QList<TitanDevice> FerryLinkPlugin::refreshPanelDevices() {
     QList<TitanDevice> devices = enumerateDevices();
     if (panel)
-        panel->setDevices(devices, selectedSerial);
+        panel->setDevices(devices, choice.chosenSerial());
     return devices;
 }
 
@@ -458,14 +426,10 @@ QWidget* FerryLinkPlugin::createPanel(QWidget* parent) {
         panel->disconnect(this); // a second panel takes over; the first one shows
                                  // what it last heard
     panel = new FerryLinkWidget(controller, parent);
-    connect(panel, &FerryLinkWidget::restartBridgeRequested, this,
-            &FerryLinkPlugin::onRestartBridgeRequested);
-    connect(panel, &FerryLinkWidget::deviceSelectionChanged, this,
-            &FerryLinkPlugin::onDeviceSelectionChanged);
-    connect(panel, &FerryLinkWidget::deviceRefreshRequested, this, &FerryLinkPlugin::refreshPanelDevices);
+    connectPanel();
     refreshPanelDevices();
     if (wanted)
-        panel->selectDevice(rememberedPath);
+        panel->selectDevice(choice.rememberedPath());
     status.showIn(*panel);
     panel->clearRates();
     // The host puts the panel into its dock after this call.
@@ -474,18 +438,29 @@ QWidget* FerryLinkPlugin::createPanel(QWidget* parent) {
     return panel;
 }
 
+void FerryLinkPlugin::connectPanel() {
+    FerryLinkWidget* const shown = panel;
+    connect(shown, &FerryLinkWidget::restartBridgeRequested, this,
+            &FerryLinkPlugin::onRestartBridgeRequested);
+    connect(shown, &FerryLinkWidget::deviceSelectionChanged, this,
+            &FerryLinkPlugin::onDeviceSelectionChanged);
+    connect(shown, &FerryLinkWidget::deviceRefreshRequested, this, &FerryLinkPlugin::refreshPanelDevices);
+    connect(shown, &FerryLinkWidget::kmgCaptureStartRequested, this,
+            &FerryLinkPlugin::onKMGCaptureStartRequested);
+    connect(shown, &FerryLinkWidget::kmgCaptureStopRequested, this,
+            &FerryLinkPlugin::onKMGCaptureStopRequested);
+}
+
 void FerryLinkPlugin::onDeviceSelectionChanged() {
     if (!panel)
         return;
     const QList<TitanDevice> devices = enumerateDevices();
-    const TitanDevice* const selected = findByPath(devices, panel->selectedDevicePath());
+    const TitanDevice* const selected = findDevice(devices, panel->selectedDevicePath());
     if (selected == nullptr || selected->serialNumber.isEmpty())
         return;
-    selectedSerial = selected->serialNumber;
+    choice.choose(*selected);
     if (reconnectionTimer.isActive())
-        rememberedSerial = selectedSerial; // the user would rather have this one than wait for the other
-    if (settingsManager != nullptr)
-        settingsManager->setPluginValue(settingsGroup(), serialKey(), selectedSerial);
+        choice.lookForChosen();
 }
 
 void FerryLinkPlugin::updateConnection() {
@@ -516,6 +491,8 @@ void FerryLinkPlugin::publishRates() {
         onPerformanceUpdate(rates.inputPps.load(), rates.statePps.load());
     if (rates.framesKnown())
         onCVDataPerformanceUpdate(rates.cvDataHz.load(), rates.latencyMs.load(), rates.jitterMs.load());
+    if (panel && status.capturing)
+        panel->setKmgRates(rates.keyboardHz.load(), rates.mouseHz.load(), rates.controllerHz.load());
     emit ratesChanged();
 }
 

@@ -1,17 +1,16 @@
-// The plug-in that the host loads: entry, lifecycle, and the wiring between
-// host, panel, device manager and workers. It moves no data itself. All of it
-// runs on the GUI thread; what workers signal arrives queued.
+// The plug-in that the host loads: entry, lifecycle, and the wiring between host, panel, device manager and
+// workers. It moves no data itself. All of it runs on the GUI thread; what workers signal arrives queued.
 //
-// What a user sees of a failure: an error of either worker ends both, is logged
-// and shown, and the run controls go back to "stopped", for half a bridge helps
-// nobody and would go unnoticed. A lost adapter is looked for once a second
-// until it is back or the user stops; a failure while reconnecting is shown but
-// does not end the search, because a freshly plugged adapter often refuses its
-// first opening.
+// What a user sees of a failure: an error of the bridge or the outbound thread ends both, is logged and
+// shown, and the run controls go back to "stopped", for half a bridge helps nobody and would go unnoticed. A
+// lost adapter is looked for once a second until it is back or the user stops; a failure while reconnecting
+// is shown but does not end the search, because a freshly plugged adapter often refuses its first opening. A
+// capture that fails ends alone.
 
 #pragma once
 
 #include "host/iui_plugin.h"
+#include "plugin/adapter_choice.h"
 #include "plugin/adapter_status.h"
 #include "plugin/worker_rates.h"
 
@@ -24,11 +23,11 @@
 
 namespace Vantor {
 
-class FerryLinkThread;
 class FerryLinkWidget;
+class MemorySlotOperations;
+class SlotTransfer;
 class TitanDeviceManager;
-class TitanOutboundThread;
-struct TitanDevice;
+class WorkerSet;
 
 class FerryLinkPlugin : public QObject, public IUIPlugin {
     Q_OBJECT
@@ -38,6 +37,8 @@ class FerryLinkPlugin : public QObject, public IUIPlugin {
     Q_PROPERTY(QJsonObject rates READ ratesJson NOTIFY ratesChanged)
     /// See AdapterStatus::toJson().
     Q_PROPERTY(QJsonObject status READ statusJson NOTIFY statusChanged)
+    /// The last transfer into a slot, see SlotTransfer::toJson().
+    Q_PROPERTY(QJsonObject transfer READ transferJson NOTIFY transferChanged)
 
 public:
     explicit FerryLinkPlugin(QObject* parent = nullptr);
@@ -56,8 +57,15 @@ public:
 
     QJsonObject ratesJson() const { return rates.toJson(); }
     QJsonObject statusJson() const { return status.toJson(); }
+    QJsonObject transferJson() const;
+
+    /// Begins to load a script (.gpc, .gbc) or translator (.git) into slot 1..9. False when nothing is sent.
+    /// What becomes of it is in `transfer`.
+    Q_INVOKABLE bool loadSlotFile(int slotNumber, const QString& path);
 
 public slots:
+    void onKMGCaptureStartRequested(bool keyboard, bool mouse, bool controller);
+    void onKMGCaptureStopRequested();
     void onStartBridgeRequested(const QString& devicePath);
     void onStopBridgeRequested();
     void onRestartBridgeRequested(const QString& devicePath);
@@ -74,54 +82,52 @@ public slots:
 signals:
     void ratesChanged();
     void statusChanged();
+    void transferChanged();
 
 private:
-    void createWorkers();
+    void connectTimers();
     void connectWorkers();
     void connectStatusReports();
     void stopWorkers();
-    void discardWorkerEvents();
-    void destroyWorkers();
 
     void startOnChosenDevice();
-    QString chooseDevicePath(const QList<TitanDevice>& devices) const;
+    void forgetEarlierRun(const QString& serial);
     void endWork(const QString& error);
     void startReconnecting();
     void reconnectTo(const QString& devicePath);
 
+    void endCapture();
+    void onCaptureFailed(const QString& error);
+    void setCapturing(bool capturing);
+
     QList<TitanDevice> enumerateDevices() const;
     QList<TitanDevice> refreshPanelDevices();
+    void connectPanel();
     void updateConnection();
     void publishRates();
     void clearRates();
     void showError(const QString& error);
+    void onSlotOperationFailed(const QString& title, const QString& text);
 
     bool initialized = false;
-    SettingsManager* settingsManager = nullptr; ///< not owned
-    QString selectedSerial;                     ///< as the settings hold it
     QList<MemoryBlockInfo> memoryBlocks;
-    TitanDeviceManager* deviceManager = nullptr; ///< a child of this object
-    std::unique_ptr<FerryLinkThread> bridge;
-    std::unique_ptr<TitanOutboundThread> outbound;
-    /// Receives the workers' signals for this object, so that those of an earlier
-    /// run can be dropped by themselves.
-    std::unique_ptr<QObject> workerInbox;
-    PluginRunController* controller = nullptr; ///< a child of this object
-    QPointer<FerryLinkWidget> panel;           ///< its parent's
+    AdapterChoice choice;
+    WorkerRates rates;
+    AdapterStatus status;
+    TitanDeviceManager* deviceManager = nullptr;    ///< a child of this object
+    std::unique_ptr<WorkerSet> workers;             ///< from initialize() to shutdown()
+    PluginRunController* controller = nullptr;      ///< a child of this object
+    MemorySlotOperations* slotOperations = nullptr; ///< a child of this object
+    SlotTransfer* slotTransfer = nullptr;           ///< a child of this object
+    QPointer<FerryLinkWidget> panel;                ///< its parent's
 
-    QString rememberedPath;          ///< of the adapter that the bridge was last started on
-    QString rememberedSerial;        ///< the same adapter's, so that it is known again
-                                     ///< on another path
-    bool wanted = false;             ///< the user wants the bridge to run, also while the
-                                     ///< adapter is away
-    bool adapterOpen = false;        ///< the bridge has said so for the present run
-    bool resumingConnection = false; ///< the present run was started by a
-                                     ///< reconnection and nothing was heard yet
+    bool wanted = false;      ///< the user wants the bridge to run, also while the adapter is away
+    bool adapterOpen = false; ///< the bridge has said so for the present run
+    bool resumingConnection =
+        false; ///< the present run was started by a reconnection and nothing was heard yet
     QTimer reconnectionTimer{this};
     QTimer restartTimer{this}; ///< the pause of a restart
     QTimer ratesTimer{this};
-    WorkerRates rates;
-    AdapterStatus status;
 };
 
 } // namespace Vantor

@@ -21,6 +21,9 @@ struct WorkerRates {
     std::atomic<std::uint32_t> cvDataHz{kUnknownCount}; ///< outbound: frames forwarded
     std::atomic<double> latencyMs{0};                   ///< outbound: mean from time stamp to write
     std::atomic<double> jitterMs{0};                    ///< outbound: standard deviation of that
+    std::atomic<std::uint32_t> keyboardHz{0};           ///< capture: records taken; 0 while none runs
+    std::atomic<std::uint32_t> mouseHz{0};
+    std::atomic<std::uint32_t> controllerHz{0};
 
     /// The bridge, and the outbound thread, have stored theirs since clear().
     bool reportsKnown() const { return inputPps != kUnknownCount && statePps != kUnknownCount; }
@@ -33,10 +36,17 @@ struct WorkerRates {
         cvDataHz = kUnknownCount;
         latencyMs = 0;
         jitterMs = 0;
+        clearCapture();
+    }
+    /// Only while no capture runs.
+    void clearCapture() {
+        keyboardHz = 0;
+        mouseHz = 0;
+        controllerHz = 0;
     }
 
-    /// cv_hz, latency_ms, jitter_ms, input_pps, state_pps; null for what is not
-    /// known.
+    /// cv_hz, latency_ms, jitter_ms, input_pps, state_pps, null for what is not known; and keyboard_hz,
+    /// mouse_hz, controller_hz.
     QJsonObject toJson() const {
         const auto known = [](bool isKnown, auto value) {
             return isKnown ? QJsonValue(value) : QJsonValue(QJsonValue::Null);
@@ -45,7 +55,10 @@ struct WorkerRates {
                 {QStringLiteral("latency_ms"), known(framesKnown(), latencyMs.load())},
                 {QStringLiteral("jitter_ms"), known(framesKnown(), jitterMs.load())},
                 {QStringLiteral("input_pps"), known(reportsKnown(), static_cast<qint64>(inputPps.load()))},
-                {QStringLiteral("state_pps"), known(reportsKnown(), static_cast<qint64>(statePps.load()))}};
+                {QStringLiteral("state_pps"), known(reportsKnown(), static_cast<qint64>(statePps.load()))},
+                {QStringLiteral("keyboard_hz"), static_cast<qint64>(keyboardHz.load())},
+                {QStringLiteral("mouse_hz"), static_cast<qint64>(mouseHz.load())},
+                {QStringLiteral("controller_hz"), static_cast<qint64>(controllerHz.load())}};
     }
 };
 

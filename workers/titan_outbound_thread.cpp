@@ -120,6 +120,7 @@ void TitanOutboundThread::forwardUntilStopped() {
     statistics.restart(now);
     consecutiveFailures = 0;
     mailbox.setReady(true);
+    postTo(this, [this] { emit outboundReady(); });
     while (!runState.stopRequested()) {
         const auto woken = platform::waitAny(waitSet, statistics.waitTimeoutMs(now));
         if (woken.kind == platform::WaitResult::Kind::failed) {

@@ -61,6 +61,7 @@ public:
 
 signals:
     void outboundStarted(); ///< from the worker thread
+    void outboundReady();   ///< submitPacket() is served from now on
     void outboundStopped(); ///< from stop()
     /// The run has failed and is ending.
     void outboundError(const QString& error);

@@ -62,7 +62,9 @@ TEST_F(PluginObject, OffersItsSlotsByNameInTheirOrder) {
     for (int i = meta->methodOffset(); i < meta->methodCount(); ++i)
         if (meta->method(i).methodType() == QMetaMethod::Slot)
             found += meta->method(i).methodSignature();
-    const QByteArrayList expected{"onStartBridgeRequested(QString)",
+    const QByteArrayList expected{"onKMGCaptureStartRequested(bool,bool,bool)",
+                                  "onKMGCaptureStopRequested()",
+                                  "onStartBridgeRequested(QString)",
                                   "onStopBridgeRequested()",
                                   "onRestartBridgeRequested(QString)",
                                   "onBridgeError(QString)",
@@ -81,12 +83,17 @@ TEST_F(PluginObject, PublishesNullsForWhatIsNotKnownYet) {
     ASSERT_TRUE(bringUp());
     const QJsonDocument noStatus =
         QJsonDocument::fromJson(R"({"connection": "disconnected", "device_serial": null,
-        "firmware": null, "loaded_slot": null, "output_protocol": null, "usb_ports": null, "slots": null})");
+        "accepts_commands": false, "capturing": false, "firmware": null, "loaded_slot": null, "output_protocol": null, "usb_ports": null, "slots": null})");
     const QJsonDocument noRates = QJsonDocument::fromJson(
-        R"({"cv_hz": null, "latency_ms": null, "jitter_ms": null, "input_pps": null, "state_pps": null})");
+        R"({"cv_hz": null, "latency_ms": null, "jitter_ms": null, "input_pps": null, "state_pps": null,
+            "keyboard_hz": 0, "mouse_hz": 0, "controller_hz": 0})");
+    const QJsonDocument noTransfer = QJsonDocument::fromJson(
+        R"({"state": "idle", "slot": 0, "file": "", "sent": 0, "reports": 0, "error": ""})");
     EXPECT_EQ(QJsonDocument(status()).toJson().toStdString(), noStatus.toJson().toStdString());
     EXPECT_EQ(QJsonDocument(object->property("rates").toJsonObject()).toJson().toStdString(),
               noRates.toJson().toStdString());
+    EXPECT_EQ(QJsonDocument(object->property("transfer").toJsonObject()).toJson().toStdString(),
+              noTransfer.toJson().toStdString());
 }
 
 } // namespace

@@ -3,8 +3,10 @@
 #include "host/memory_block_host.h"
 
 #include <CLI/CLI.hpp>
+#include <QFileInfo>
 
 #include <string>
+#include <vector>
 
 namespace Vantor::devhost {
 
@@ -26,6 +28,8 @@ constexpr char kExamples[] =
     "  ferrylink-host --headless --frames 20000 --report run.json\n"
     "  ferrylink-host --headless --duration 5 --feed 500 --unplug-after 1000 --replug-after 1000\n"
     "                                                  lose the adapter under load, and get it back\n"
+    "  ferrylink-host --headless --load 1=examples/toggle.gpc --capture keyboard,mouse\n"
+    "                                                  compile a script into slot 1, capture a test pattern\n"
     "  ferrylink-host --adapter usb                    a window for the adapters on this machine's USB\n"
     "  ferrylink-host --adapter usb --serial 12345678 --headless --duration 10 --feed 250\n"
     "\n"
@@ -40,6 +44,8 @@ struct Texts {
     std::string report;
     std::string settings;
     std::string instance;
+    std::vector<std::string> loads;
+    std::vector<std::string> capture;
 };
 
 void declareTarget(CLI::App& app, Options& options, Texts& texts) {
@@ -62,6 +68,22 @@ void declareTarget(CLI::App& app, Options& options, Texts& texts) {
         ->type_name("FILE");
 }
 
+void declareWork(CLI::App& app, Texts& texts) {
+    app.add_option(
+           "--load", texts.loads,
+           "Load a script (.gpc, .gbc) or an input translator (.git) into a slot, 1 to 9; can be repeated")
+        ->type_name("SLOT=FILE")
+        ->allow_extra_args(false);
+    app.add_option(
+           "--capture", texts.capture,
+           "Capture these for the adapter: keyboard, mouse, controller, separated by commas. Headless: a "
+           "test pattern in their place")
+        ->type_name("LIST")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->check(CLI::IsMember({"keyboard", "mouse", "controller"}).description(""));
+}
+
 void declareRun(CLI::App& app, Options& options) {
     app.add_option("--feed", options.feedHz,
                    "Start cvfeed, a process that publishes this many frames a second; 0 is as fast as it can")
@@ -82,6 +104,15 @@ void declareRun(CLI::App& app, Options& options) {
     app.add_option("--replug-after", options.replugAfterMs,
                    "Plug it in again, on another path, so many milliseconds after the unplugging")
         ->type_name("MS");
+}
+
+LoadRequest loadRequest(const std::string& text) {
+    const QString whole = QString::fromStdString(text);
+    const qsizetype mark = whole.indexOf(u'=');
+    const QString slot = whole.left(mark);
+    if (mark != 1 || slot < u'1' || slot > u'9' || whole.size() == mark + 1)
+        throw CLI::ValidationError("--load", "\"" + text + "\" is not a slot from 1 to 9, '=', and a file");
+    return {.slot = slot.toInt(), .file = QFileInfo(whole.mid(mark + 1)).absoluteFilePath()};
 }
 
 /// What the declarations cannot say. The comparisons also refuse what is not a number.
@@ -118,6 +149,13 @@ void complete(Options& options, const Texts& texts) {
     options.reportFile = QString::fromStdString(texts.report);
     options.settingsFile = QString::fromStdString(texts.settings);
     options.instance = QString::fromStdString(texts.instance);
+    for (const std::string& load : texts.loads)
+        options.loads += loadRequest(load);
+    for (const std::string& device : texts.capture) {
+        options.capture.keyboard |= device == "keyboard";
+        options.capture.mouse |= device == "mouse";
+        options.capture.controller |= device == "controller";
+    }
     if (options.headless && !options.isBounded())
         options.frames = kDefaultHeadlessFrames;
     if (options.frames && !options.feeds())
@@ -136,6 +174,7 @@ std::optional<Options> parseCommandLine(int argc, char** argv, int& exitCode) {
     texts.instance = defaultInstance().toStdString();
     app.set_version_flag("--version", "ferrylink-host " FERRYLINK_VERSION);
     declareTarget(app, options, texts);
+    declareWork(app, texts);
     declareRun(app, options);
     app.footer(kExamples);
     try {

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <QList>
 #include <QString>
 
 #include <optional>
@@ -11,6 +12,20 @@ namespace Vantor::devhost {
 inline constexpr int kExitFine = 0;
 inline constexpr int kExitFailed = 1;
 inline constexpr int kExitUsage = 2;
+
+/// A file to be loaded into a slot.
+struct LoadRequest {
+    int slot = 0; ///< 1..9
+    QString file; ///< absolute path
+};
+
+/// What shall be captured for the adapter.
+struct CaptureRequest {
+    bool keyboard = false;
+    bool mouse = false;
+    bool controller = false;
+    bool any() const { return keyboard || mouse || controller; }
+};
 
 struct Options {
     bool virtualAdapter = true; ///< else real ones over USB
@@ -28,12 +43,16 @@ struct Options {
                                       ///< its own default when not set
     std::optional<int> unplugAfterMs; ///< from the first connection on
     std::optional<int> replugAfterMs; ///< from the unplugging on
+    QList<LoadRequest> loads;         ///< one after the other, before anything is captured or fed
+    CaptureRequest capture;
 
     bool feeds() const { return feedHz.has_value(); }
     /// Whether the run ends by itself.
     bool isBounded() const { return frames.has_value() || durationS.has_value(); }
     /// Whether the bridge is started without anybody pressing a button.
-    bool startsByItself() const { return headless || feeds() || isBounded() || !serial.isEmpty(); }
+    bool startsByItself() const {
+        return headless || feeds() || isBounded() || !serial.isEmpty() || !loads.isEmpty() || capture.any();
+    }
 };
 
 /// Reads the command line. Without a value the program ends with `exitCode`; what there is to say has been

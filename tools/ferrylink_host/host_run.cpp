@@ -11,6 +11,7 @@ namespace Vantor::devhost {
 namespace {
 
 constexpr int kConnectLimitMs = 5000;
+constexpr int kCaptureLimitMs = 5000;
 /// How long the plug-in may take to notice that the adapter is gone, or back.
 constexpr int kNoticeLimitMs = 5000;
 /// How long the last frames may take from the producer to the adapter, and how often that is looked at: an
@@ -31,7 +32,10 @@ QString lastPluginError() {
 
 HostRun::HostRun(const Options& runOptions, PluginSession& pluginSession,
                  VirtualAdapterLibrary* virtualAdapter)
-    : options(runOptions), session(pluginSession), adapter(virtualAdapter) {
+    : options(runOptions),
+      session(pluginSession),
+      adapter(virtualAdapter),
+      loads(runOptions.loads, pluginSession) {
     connect(&session, &PluginSession::statusChanged, this, &HostRun::onStatusChanged);
     connect(&feeder, &Feeder::finished, this, &HostRun::onFeedFinished);
     connectLimit.setSingleShot(true);
@@ -40,6 +44,10 @@ HostRun::HostRun(const Options& runOptions, PluginSession& pluginSession,
                  .arg(kConnectLimitMs / 1000));
         end();
     });
+    connect(&loads, &SlotLoads::finished, this, &HostRun::startCapture);
+    captureLimit.setSingleShot(true);
+    connect(&captureLimit, &QTimer::timeout, this,
+            [this] { startWork(); }); // judge() finds that it is missing
     noticeLimit.setSingleShot(true);
     connect(&noticeLimit, &QTimer::timeout, this, [this] { end(); }); // judge() finds what is missing
     lastFramePoll.setInterval(kLastFramePollMs);
@@ -60,7 +68,13 @@ void HostRun::begin() {
 // ---- What the plug-in says ----
 
 void HostRun::onStatusChanged() {
-    const QString now = session.status()[QStringLiteral("connection")].toString();
+    const QJsonObject status = session.status();
+    if (status[QStringLiteral("capturing")].toBool()) {
+        capturedOnce = true;
+        if (captureLimit.isActive())
+            startWork();
+    }
+    const QString now = status[QStringLiteral("connection")].toString();
     if (now == connection)
         return;
     const QString before = connection;
@@ -88,6 +102,28 @@ void HostRun::onConnected() {
     }
     connectedOnce = true;
     connectLimit.stop();
+    loads.begin();
+}
+
+void HostRun::startCapture() {
+    if (over)
+        return;
+    if (!options.capture.any()) {
+        startWork();
+        return;
+    }
+    captureLimit.start(kCaptureLimitMs);
+    if (!session.startCapture(options.capture)) {
+        fail(QStringLiteral("The plug-in does not know how to capture."));
+        startWork();
+    }
+}
+
+void HostRun::startWork() {
+    captureLimit.stop();
+    if (workStarted || over)
+        return;
+    workStarted = true;
     if (options.feeds())
         startFeed();
     else if (options.durationS)
@@ -203,9 +239,8 @@ void HostRun::end() {
     if (over)
         return;
     over = true;
-    connectLimit.stop();
-    noticeLimit.stop();
-    lastFramePoll.stop();
+    for (QTimer* const timer : {&connectLimit, &captureLimit, &noticeLimit, &lastFramePoll})
+        timer->stop();
     emit ended();
 }
 
@@ -220,6 +255,9 @@ RunReport HostRun::finish() {
     report.seconds = static_cast<double>(sinceBegin.elapsed()) / 1000;
     collectPublished(report);
     collectFrames(report);
+    report.loads = loads.outcomes();
+    report.captureAsked = options.capture.any();
+    report.captureStarted = capturedOnce;
     report.disconnections = disconnections;
     report.reconnections = reconnections;
     report.reconnectionMs = reconnectionMs;
@@ -272,6 +310,18 @@ void HostRun::judge(const RunReport& report) {
                  .arg(*frames.published));
     if (frames.corrupt.value_or(0) + frames.repeated.value_or(0) + frames.outOfOrder.value_or(0) > 0)
         fail(QStringLiteral("Frames arrived corrupt, repeated or out of order."));
+    for (const LoadOutcome& load : report.loads)
+        if (!load.ok)
+            fail(QStringLiteral("%1 was not loaded into slot %2: %3")
+                     .arg(load.file)
+                     .arg(load.slot)
+                     .arg(load.error));
+    if (report.loads.size() < options.loads.size() && connectedOnce)
+        fail(QStringLiteral("Of %1 files %2 were loaded before the end.")
+                 .arg(options.loads.size())
+                 .arg(report.loads.size()));
+    if (options.capture.any() && !capturedOnce && connectedOnce)
+        fail(QStringLiteral("The plug-in did not capture."));
     if (options.unplugAfterMs && !unplugged && connectedOnce)
         fail(QStringLiteral("The run ended before the adapter was unplugged."));
     if (unplugged && disconnections == 0)

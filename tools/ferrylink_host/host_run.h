@@ -1,12 +1,13 @@
-// One run of the host, from the bridge's start to the report: feeds, unplugs and replugs as told, watches
-// what the plug-in says of its connection, and decides when the run is over and what did not happen. GUI
-// thread only.
+// One run of the host, from the bridge's start to the report: loads, captures, feeds, unplugs and replugs as
+// told, in this order, watches what the plug-in says of its connection, and decides when the run is over and
+// what did not happen. GUI thread only.
 
 #pragma once
 
 #include "command_line.h"
 #include "feeder.h"
 #include "run_report.h"
+#include "slot_loads.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -43,6 +44,8 @@ private:
     void onReconnected();
     void onFeedFinished();
     void onStopped();
+    void startCapture();
+    void startWork();
     void startFeed();
     void unplug();
     void replug();
@@ -60,7 +63,10 @@ private:
     VirtualAdapterLibrary* const adapter;
     Feeder feeder;
     QString connection; ///< the plug-in's word for it
+    SlotLoads loads;
     bool connectedOnce = false;
+    bool workStarted = false; ///< loading and the start of the capture are over
+    bool capturedOnce = false;
     bool durationOver = false;
     bool unplugged = false;
     bool replugged = false;
@@ -74,6 +80,7 @@ private:
     QElapsedTimer sinceBegin;
     QElapsedTimer sinceReplug;
     QTimer connectLimit;
+    QTimer captureLimit;
     QTimer noticeLimit;
     QTimer lastFramePoll;
     QElapsedTimer sinceFeedEnd;

@@ -53,19 +53,21 @@ bool PluginSession::open(const Options& options) {
 
 bool PluginSession::loadPlugin(const QString& file) {
     loader.setFileName(file);
-    QObject* const instance = loader.instance();
-    if (instance == nullptr) {
+    QObject* const object = loader.instance();
+    if (object == nullptr) {
         error = QStringLiteral("The plug-in cannot be loaded from %1: %2").arg(file, loader.errorString());
         return false;
     }
-    plugin = qobject_cast<IUIPlugin*>(instance);
+    plugin = qobject_cast<IUIPlugin*>(object);
     if (plugin == nullptr) {
         error = QStringLiteral("%1 is a plug-in, but not for this host.").arg(file);
         return false;
     }
-    // By name, for the type is the plug-in's own. One that publishes no status has no such signal.
-    if (instance->metaObject()->indexOfSignal("statusChanged()") >= 0)
-        connect(instance, SIGNAL(statusChanged()), this, SIGNAL(statusChanged()));
+    // By name, for the type is the plug-in's own. One that publishes none of this has no such signal.
+    if (object->metaObject()->indexOfSignal("statusChanged()") >= 0)
+        connect(object, SIGNAL(statusChanged()), this, SIGNAL(statusChanged()));
+    if (object->metaObject()->indexOfSignal("transferChanged()") >= 0)
+        connect(object, SIGNAL(transferChanged()), this, SIGNAL(transferChanged()));
     return true;
 }
 
@@ -98,12 +100,33 @@ PluginRunController* PluginSession::runController() const {
     return plugin->runController();
 }
 
+QObject* PluginSession::instance() const {
+    return dynamic_cast<QObject*>(plugin);
+}
+
 QJsonObject PluginSession::rates() const {
-    return dynamic_cast<QObject*>(plugin)->property("rates").toJsonObject();
+    return instance()->property("rates").toJsonObject();
 }
 
 QJsonObject PluginSession::status() const {
-    return dynamic_cast<QObject*>(plugin)->property("status").toJsonObject();
+    return instance()->property("status").toJsonObject();
+}
+
+QJsonObject PluginSession::transfer() const {
+    return instance()->property("transfer").toJsonObject();
+}
+
+bool PluginSession::loadSlotFile(int slot, const QString& file) {
+    bool begun = false;
+    return QMetaObject::invokeMethod(instance(), "loadSlotFile", Qt::DirectConnection,
+                                     Q_RETURN_ARG(bool, begun), Q_ARG(int, slot), Q_ARG(QString, file)) &&
+           begun;
+}
+
+bool PluginSession::startCapture(const CaptureRequest& sources) {
+    return QMetaObject::invokeMethod(instance(), "onKMGCaptureStartRequested", Qt::DirectConnection,
+                                     Q_ARG(bool, sources.keyboard), Q_ARG(bool, sources.mouse),
+                                     Q_ARG(bool, sources.controller));
 }
 
 qint64 PluginSession::recordsWritten(const char* blockName) const {

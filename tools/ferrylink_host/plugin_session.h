@@ -22,6 +22,7 @@ class PluginRunController;
 
 namespace devhost {
 
+struct CaptureRequest;
 struct Options;
 
 class PluginSession : public QObject {
@@ -42,15 +43,25 @@ public:
     /// What the plug-in publishes; empty objects when it publishes none.
     QJsonObject rates() const;
     QJsonObject status() const;
+    QJsonObject transfer() const;
+    /// Asks the plug-in to load a file into slot 1..9; transfer() says what becomes of it. False: nothing is
+    /// sent.
+    bool loadSlotFile(int slot, const QString& file);
+    /// Asks it to capture; status() says whether it does. False: it does not know how.
+    bool startCapture(const CaptureRequest& sources);
+    /// For other parts of the host that write or read them.
+    const QList<MemoryBlockInfo>& memoryBlocks() const { return blocks.blocks(); }
     /// Records that have been written to this block, or -1 when it cannot be read.
     qint64 recordsWritten(const char* blockName) const;
 
 signals:
     void statusChanged();
+    void transferChanged();
 
 private:
     bool loadPlugin(const QString& file);
     bool offerBlocks();
+    QObject* instance() const;
 
     MemoryBlockHost blocks;
     std::unique_ptr<SettingsManager> settings;

@@ -1,5 +1,6 @@
 #include "run_report.h"
 
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QSaveFile>
@@ -88,6 +89,26 @@ QString statusLine(const QJsonObject& status) {
         .arg(scripts.isArray() ? QString::number(scripts.toArray().size()) : text(scripts));
 }
 
+QJsonArray loadsJson(const QList<LoadOutcome>& loads) {
+    QJsonArray array;
+    for (const LoadOutcome& load : loads)
+        array.append(QJsonObject{{QStringLiteral("slot"), load.slot},
+                                 {QStringLiteral("file"), load.file},
+                                 {QStringLiteral("ok"), load.ok},
+                                 {QStringLiteral("error"), load.error}});
+    return array;
+}
+
+/// What the slot holds, in the adapter's own words.
+QString slotTitle(const QJsonObject& status, int slot) {
+    for (const QJsonValue& listed : status[QStringLiteral("slots")].toArray())
+        if (listed[QStringLiteral("slot")].toInt() == slot)
+            return (listed[QStringLiteral("name")].toString() + u' ' +
+                    listed[QStringLiteral("version")].toString())
+                .trimmed();
+    return QStringLiteral("nothing");
+}
+
 } // namespace
 
 FrameFigures FrameFigures::from(const std::optional<FeedResult>& feed,
@@ -160,6 +181,9 @@ QJsonObject RunReport::toJson() const {
             {QStringLiteral("blocks"),
              QJsonObject{{QStringLiteral("ControllerInput"), writes(controllerInputWrites)},
                          {QStringLiteral("ControllerReport"), writes(controllerReportWrites)}}},
+            {QStringLiteral("loads"), loadsJson(loads)},
+            {QStringLiteral("kmg"), QJsonObject{{QStringLiteral("started"), captureStarted},
+                                                {QStringLiteral("packets"), orNull(capturePackets)}}},
             {QStringLiteral("disconnections"), disconnections},
             {QStringLiteral("reconnections"), reconnections},
             {QStringLiteral("reconnection_ms"), orNull(reconnectionMs)},
@@ -185,6 +209,17 @@ QString RunReport::summary() const {
             QStringLiteral("%1 to the adapter, %2 from it").arg(number(reportsWritten), number(reportsRead)));
     all += line("Blocks", QStringLiteral("ControllerInput %1 records, ControllerReport %2 records")
                               .arg(number(controllerInputWrites), number(controllerReportWrites)));
+    for (const LoadOutcome& load : loads)
+        if (load.ok)
+            all += line("Loaded", QStringLiteral("%1 into slot %2: %3")
+                                      .arg(QFileInfo(load.file).fileName())
+                                      .arg(load.slot)
+                                      .arg(slotTitle(status, load.slot)));
+    if (captureAsked)
+        all += line("Capture",
+                    captureStarted
+                        ? QStringLiteral("%1 input packets to the adapter").arg(number(capturePackets))
+                        : QStringLiteral("did not start"));
     if (disconnections > 0)
         all += line("Connection",
                     QStringLiteral("%1 lost, %2 regained%3")

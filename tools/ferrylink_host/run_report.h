@@ -5,6 +5,7 @@
 
 #include "feeder.h"
 #include "simulator/virtual_adapter.h"
+#include "slot_loads.h"
 
 #include <QJsonObject>
 #include <QString>
@@ -62,6 +63,10 @@ struct RunReport {
     QJsonObject status; ///< the same
     std::optional<qint64> controllerInputWrites; ///< records in the block, by its sequence number
     std::optional<qint64> controllerReportWrites;
+    QList<LoadOutcome> loads;
+    bool captureAsked = false;
+    bool captureStarted = false;
+    std::optional<qint64> capturePackets; ///< input packets that the simulated adapter received
     int disconnections = 0;
     int reconnections = 0;
     std::optional<qint64>

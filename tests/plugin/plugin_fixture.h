@@ -8,6 +8,7 @@
 #include "host/memory_block_host.h"
 #include "host/plugin_run_controller.h"
 #include "host/settings_manager.h"
+#include "host/shared_memory_accessor.h"
 #include "simulator/virtual_adapter.h"
 
 #include <QAbstractButton>
@@ -87,6 +88,26 @@ protected:
     bool running() const { return plugin->runController()->isRunning(); }
 
     QJsonObject status() const { return object->property("status").toJsonObject(); }
+    QJsonObject transfer() const { return object->property("transfer").toJsonObject(); }
+    QString transferState() const { return transfer()[QStringLiteral("state")].toString(); }
+    bool loadSlotFile(int slot, const QString& path) {
+        bool begun = false;
+        EXPECT_TRUE(QMetaObject::invokeMethod(object, "loadSlotFile", Q_RETURN_ARG(bool, begun),
+                                              Q_ARG(int, slot), Q_ARG(QString, path)));
+        return begun;
+    }
+    void startCapture(bool keyboard, bool mouse, bool controller) {
+        EXPECT_TRUE(QMetaObject::invokeMethod(object, "onKMGCaptureStartRequested", Q_ARG(bool, keyboard),
+                                              Q_ARG(bool, mouse), Q_ARG(bool, controller)));
+    }
+    bool capturing() const { return status()[QStringLiteral("capturing")].toBool(); }
+    bool acceptsCommands() const { return status()[QStringLiteral("accepts_commands")].toBool(); }
+    SharedMemoryAccessor block(const char* name) const {
+        for (const MemoryBlockInfo& info : blocks.blocks())
+            if (info.name == QLatin1String(name))
+                return SharedMemoryAccessor(info);
+        return SharedMemoryAccessor({});
+    }
     QString connection() const { return status()[QStringLiteral("connection")].toString(); }
     testing::AssertionResult becomes(const char* state) {
         auto result = eventually([&] { return connection() == QLatin1String(state); });
@@ -104,10 +125,9 @@ protected:
         return panel->findChild<QAbstractButton*>(QStringLiteral("restartButton"));
     }
 
-    static bool logged(LogEntry::Level level, const QString& message) {
+    static bool logged(LogEntry::Level level, const QString& message, const char* source = "FerryLink") {
         for (const LogEntry& entry : LoggingService::instance().entries())
-            if (entry.level == level && entry.source == QStringLiteral("FerryLink") &&
-                entry.message == message)
+            if (entry.level == level && entry.source == QLatin1String(source) && entry.message == message)
                 return true;
         return false;
     }

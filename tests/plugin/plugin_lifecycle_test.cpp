@@ -1,7 +1,6 @@
 // The plug-in from initialize() to shutdown(): starting, failing, stopping and restarting the bridge, and
 // what is on the adapter's wire when it ends.
 
-#include "host/shared_memory_accessor.h"
 #include "plugin_fixture.h"
 #include "simulator/test_frame.h"
 #include "tools/ferrylink_host/flexible_dock_widget.h"
@@ -18,12 +17,6 @@ const QString kNoDevice =
 
 class Lifecycle : public PluginFixture {
 protected:
-    SharedMemoryAccessor block(const char* name) {
-        for (const MemoryBlockInfo& info : blocks.blocks())
-            if (info.name == QLatin1String(name))
-                return SharedMemoryAccessor(info);
-        return SharedMemoryAccessor({});
-    }
     void publishFrame() {
         std::array<std::uint8_t, 200> frame{};
         simulator::fillTestFrame(frame, ++sequence, 0);

@@ -5,6 +5,7 @@
 #include "host/logging_service.h"
 #include "host_run.h"
 #include "host_window.h"
+#include "input_publisher.h"
 #include "interrupt.h"
 #include "plugin_session.h"
 #include "virtual_adapter_library.h"
@@ -20,6 +21,9 @@ using namespace Vantor;
 using namespace Vantor::devhost;
 
 constexpr char kVirtualSerial[] = "VIRTUAL-0001";
+
+/// Of the test pattern that is captured where there is no window to type in.
+constexpr double kPatternHz = 125;
 
 int refuse(const QString& why) {
     std::fprintf(stderr, "ferrylink-host: %s\n", qPrintable(why));
@@ -54,11 +58,18 @@ int run(const Options& options) {
     PluginSession session;
     if (!session.open(options))
         return refuse(session.errorString());
+    InputPublisher input;
+    if (!input.open(session.memoryBlocks()))
+        return refuse(input.errorString());
     HostRun hostRun(options, session, adapter.get());
     std::unique_ptr<HostWindow> window;
     if (!options.headless) {
         window = std::make_unique<HostWindow>(session);
+        QObject::connect(window.get(), &HostWindow::closed, &hostRun, &HostRun::interrupt);
         window->show();
+        input.watch(window->windowHandle());
+    } else if (options.capture.any()) {
+        input.publishPattern(kPatternHz);
     }
     Interrupt interrupt;
     QObject::connect(&interrupt, &Interrupt::requested, &hostRun, &HostRun::interrupt);

@@ -17,6 +17,8 @@ struct TitanDevice {
     QString serialNumber; ///< kUnknownSerialNumber when the device reports none
     QString manufacturer; ///< "ConsoleTuner" when the device reports none
     bool isConnected = false;
+
+    friend bool operator==(const TitanDevice&, const TitanDevice&) = default;
 };
 
 } // namespace Vantor

@@ -1,30 +1,15 @@
 #include "device/titan_script_info_parser.h"
 
 #include "device/fragment_store.h"
+#include "device/protocol_names.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
-#include <string_view>
 
 namespace Vantor {
 
 namespace {
-
-struct Protocol {
-    std::uint8_t value;
-    std::string_view name;
-};
-constexpr std::array<Protocol, 9> kProtocols{{
-    {0, "Disconnected"},
-    {2, "Playstation 3"},
-    {3, "Playstation 4"},
-    {4, "Xbox 360"},
-    {5, "Xbox One"},
-    {6, "Xbox Series X/S"},
-    {9, "Nintendo Switch"},
-    {10, "Multi Interface HID"},
-    {13, "Playstation 5"},
-}};
 
 constexpr int kMaxSlot = 9;
 constexpr int kListingPartBytes = 64;
@@ -51,13 +36,6 @@ std::int64_t steadyNowNs() {
 }
 
 } // namespace
-
-QString protocolName(std::uint8_t protocol) {
-    const auto found = std::find_if(kProtocols.begin(), kProtocols.end(),
-                                    [protocol](const Protocol& each) { return each.value == protocol; });
-    const std::string_view name = found == kProtocols.end() ? "Unknown" : found->name;
-    return QString::fromLatin1(name.data(), static_cast<qsizetype>(name.size()));
-}
 
 TitanScriptInfoParser::TitanScriptInfoParser(QObject* parent) : QObject(parent) {
     qRegisterMetaType<QList<TitanScriptInfo>>("QList<TitanScriptInfo>");

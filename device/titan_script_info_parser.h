@@ -16,9 +16,6 @@
 
 namespace Vantor {
 
-/// What a port's protocol byte stands for; "Unknown" for values without a name.
-QString protocolName(std::uint8_t protocol);
-
 class TitanScriptInfoParser : public QObject {
     Q_OBJECT
 

@@ -1,6 +1,6 @@
 #include "plugin/adapter_status.h"
 
-#include "device/titan_script_info_parser.h"
+#include "device/protocol_names.h"
 #include "ui/ferry_link_widget.h"
 
 #include <QJsonArray>

@@ -422,9 +422,10 @@ QList<TitanDevice> FerryLinkPlugin::refreshPanelDevices() {
 }
 
 QWidget* FerryLinkPlugin::createPanel(QWidget* parent) {
-    if (panel)
-        panel->disconnect(this); // a second panel takes over; the first one shows
-                                 // what it last heard
+    if (panel) { // a second panel takes over; the first one shows what it last heard
+        panel->disconnect(this);
+        panel->setSlotOperations(nullptr);
+    }
     panel = new FerryLinkWidget(controller, parent);
     connectPanel();
     refreshPanelDevices();
@@ -449,6 +450,7 @@ void FerryLinkPlugin::connectPanel() {
             &FerryLinkPlugin::onKMGCaptureStartRequested);
     connect(shown, &FerryLinkWidget::kmgCaptureStopRequested, this,
             &FerryLinkPlugin::onKMGCaptureStopRequested);
+    shown->setSlotOperations(slotOperations);
 }
 
 void FerryLinkPlugin::onDeviceSelectionChanged() {

@@ -1,10 +1,9 @@
 #include "ui/device_selector.h"
 
-#include "host/run_status_card.h"
+#include "ui/glyph_button.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
-#include <QStyle>
 
 namespace Vantor {
 
@@ -16,7 +15,7 @@ constexpr int kSerialRole = Qt::UserRole + 1;
 } // namespace
 
 DeviceSelector::DeviceSelector(QWidget* parent)
-    : QWidget(parent), list(new QComboBox(this)), refresh(new ThemedToolButton(this)) {
+    : QWidget(parent), list(new QComboBox(this)), refresh(new GlyphButton(Glyph::reload, this)) {
     list->setObjectName(QStringLiteral("deviceList"));
     list->setAccessibleName(tr("Device"));
     // A long name must not dictate the dock's width.
@@ -25,8 +24,6 @@ DeviceSelector::DeviceSelector(QWidget* parent)
     list->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 
     refresh->setObjectName(QStringLiteral("refreshButton"));
-    refresh->setIcon(style()->standardIcon(QStyle::SP_BrowserReload));
-    refresh->setToolButtonStyle(Qt::ToolButtonIconOnly);
     refresh->setAccessibleName(tr("Refresh device list"));
     refresh->setToolTip(tr("Look for Titan Two devices again"));
 
@@ -46,6 +43,9 @@ DeviceSelector::DeviceSelector(QWidget* parent)
 }
 
 void DeviceSelector::setDevices(const QList<TitanDevice>& devices, const QString& rememberedSerial) {
+    if (devices == listed && list->count() > 0)
+        return; // looked for again and nothing new: an open list stays as it is
+    listed = devices;
     const QString path = selectedPath();
     const QString serial = list->currentData(kSerialRole).toString();
     list->clear();

@@ -12,7 +12,7 @@ class QComboBox;
 
 namespace Vantor {
 
-class ThemedToolButton;
+class GlyphButton;
 
 class DeviceSelector : public QWidget {
     Q_OBJECT
@@ -29,6 +29,7 @@ public:
 
     /// Path of the selected adapter; empty when none is there.
     QString selectedPath() const;
+    bool isEmpty() const { return listed.isEmpty(); }
 
 signals:
     /// The user has chosen an adapter.
@@ -38,8 +39,9 @@ signals:
 private:
     int indexFor(const QString& path, const QString& serial, const QString& rememberedSerial) const;
 
+    QList<TitanDevice> listed;
     QComboBox* list = nullptr;
-    ThemedToolButton* refresh = nullptr;
+    GlyphButton* refresh = nullptr;
 };
 
 } // namespace Vantor

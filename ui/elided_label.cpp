@@ -1,7 +1,6 @@
 #include "ui/elided_label.h"
 
 #include <QHelpEvent>
-#include <QStyle>
 #include <QStylePainter>
 #include <QToolTip>
 
@@ -15,6 +14,19 @@ ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent) {
 void ElidedLabel::setHint(const QString& text) {
     hint = text;
     setToolTip(text); // also what accessibility tools read as the description
+}
+
+void ElidedLabel::setTone(Tone wanted) {
+    tone = wanted;
+    update();
+}
+
+void ElidedLabel::setFontScale(double scale, bool bold) {
+    QFont scaled = parentWidget() == nullptr ? font() : parentWidget()->font();
+    if (scaled.pointSizeF() > 0) // else the font is in pixels, and stays as it is
+        scaled.setPointSizeF(scaled.pointSizeF() * scale);
+    scaled.setBold(bold);
+    setFont(scaled);
 }
 
 QSize ElidedLabel::minimumSizeHint() const {
@@ -33,16 +45,12 @@ bool ElidedLabel::event(QEvent* event) {
     return true;
 }
 
-void ElidedLabel::paintEvent(QPaintEvent* event) {
-    if (!isCut()) {
-        QLabel::paintEvent(event);
-        return;
-    }
+void ElidedLabel::paintEvent(QPaintEvent* /*event*/) {
     QStylePainter painter(this);
     const QRect area = contentsRect();
-    const QString shown = fontMetrics().elidedText(text(), Qt::ElideRight, area.width());
-    style()->drawItemText(&painter, area, static_cast<int>(alignment()), palette(), isEnabled(), shown,
-                          foregroundRole());
+    const QString shown = isCut() ? fontMetrics().elidedText(text(), Qt::ElideRight, area.width()) : text();
+    painter.setPen(isEnabled() ? toneOn(palette(), tone) : palette().color(QPalette::WindowText));
+    painter.drawText(area, static_cast<int>(alignment()) | Qt::TextSingleLine, shown);
 }
 
 } // namespace Vantor

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "ui/panel_colours.h"
+
 #include <QLabel>
 
 namespace Vantor {
@@ -15,6 +17,10 @@ public:
 
     /// What hovering shows while the text is not cut.
     void setHint(const QString& text);
+    /// The colour, worked out anew for every palette.
+    void setTone(Tone wanted);
+    /// A size relative to the panel's font, which it follows.
+    void setFontScale(double scale, bool bold = false);
     QSize minimumSizeHint() const override;
 
 protected:
@@ -25,6 +31,7 @@ private:
     bool isCut() const;
 
     QString hint;
+    Tone tone = Tone::normal;
 };
 
 } // namespace Vantor

@@ -1,38 +1,47 @@
 #include "ui/ferry_link_widget.h"
 
 #include "host/run_status_card.h"
+#include "ui/adapter_view.h"
+#include "ui/connection_banner.h"
 #include "ui/device_selector.h"
+#include "ui/empty_view.h"
 #include "ui/error_line.h"
 #include "ui/kmg_view.h"
-#include "ui/rates_view.h"
+#include "ui/metrics_view.h"
+#include "ui/slot_file_dialogs.h"
 #include "ui/slot_list_view.h"
-#include "ui/status_view.h"
+#include "ui/slot_operations.h"
+#include "ui/transfer_view.h"
+#include "ui/warning_box.h"
 
 #include <QScrollArea>
 #include <QVBoxLayout>
 
 namespace Vantor {
 
+namespace {
+
+constexpr int kLiveListMs = 2000;
+
+} // namespace
+
 FerryLinkWidget::FerryLinkWidget(PluginRunController* controller, QWidget* parent)
     : QWidget(parent),
       devices(new DeviceSelector(this)),
       runCard(new RunStatusCard(this)),
       restart(new ThemedToolButton(this)),
+      banner(new ConnectionBanner(this)),
       error(new ErrorLine(this)),
-      status(new StatusView(this)),
-      rates(new RatesView(this)),
-      slotList(new SlotListView(this)),
-      kmg(new KmgView(this)) {
+      transfer(new TransferView(this)),
+      fileDialogs(new SlotFileDialogs(this)) {
     setObjectName(QStringLiteral("FerryLinkWidget"));
     setWindowTitle(tr("Ferry Link"));
+    liveList.setInterval(kLiveListMs);
     buildRunCard(controller);
     buildLayout();
+    connectViews();
     clearRates();
-    connect(devices, &DeviceSelector::selectionChanged, this, &FerryLinkWidget::deviceSelectionChanged);
-    connect(devices, &DeviceSelector::refreshRequested, this, &FerryLinkWidget::deviceRefreshRequested);
-    connect(restart, &QToolButton::clicked, this, &FerryLinkWidget::onRestartClicked);
-    connect(kmg, &KmgView::startRequested, this, &FerryLinkWidget::kmgCaptureStartRequested);
-    connect(kmg, &KmgView::stopRequested, this, &FerryLinkWidget::kmgCaptureStopRequested);
+    updateEmptiness();
 }
 
 void FerryLinkWidget::buildRunCard(PluginRunController* controller) {
@@ -47,28 +56,139 @@ void FerryLinkWidget::buildRunCard(PluginRunController* controller) {
 
 void FerryLinkWidget::buildLayout() {
     auto* content = new QWidget(this);
-    auto* groups = new QVBoxLayout(content);
-    for (QWidget* const group : std::initializer_list<QWidget*>{status, rates, slotList, kmg})
-        groups->addWidget(group);
-    groups->addStretch(1);
-    groups->setContentsMargins(0, 0, 0, 0);
+    auto* choice = new QVBoxLayout(content);
+    choice->setContentsMargins(0, 0, 0, 0);
+    empty = new EmptyView(content);
+    groups = buildGroups();
+    choice->addWidget(empty);
+    choice->addWidget(groups);
+    choice->addStretch(1);
 
-    // The controls stay in sight; what there is to read scrolls where the dock is low.
+    // The controls stay in sight; the rest scrolls where the dock is low.
     auto* scroll = new QScrollArea(this);
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidgetResizable(true);
-    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scroll->setAccessibleName(tr("Device status"));
-    scroll->setToolTip(tr("What the device reports; the arrow keys scroll"));
+    scroll->setToolTip(tr("What the device holds and reports; the arrow keys scroll"));
     scroll->setWidget(content);
 
     auto* rows = new QVBoxLayout(this);
     rows->setContentsMargins(6, 6, 6, 6);
-    rows->addWidget(devices);
-    rows->addWidget(runCard);
-    rows->addWidget(error);
+    for (QWidget* const part : std::initializer_list<QWidget*>{devices, runCard, banner, error, transfer})
+        rows->addWidget(part);
     rows->addWidget(scroll, 1);
 }
+
+QWidget* FerryLinkWidget::buildGroups() {
+    auto* parts = new QWidget(this);
+    slotList = new SlotListView(parts);
+    adapter = new AdapterView(parts);
+    metrics = new MetricsView(parts);
+    kmg = new KmgView(parts);
+    auto* rows = new QVBoxLayout(parts);
+    rows->setContentsMargins(0, 0, 0, 0);
+    for (QWidget* const part : std::initializer_list<QWidget*>{slotList, metrics, kmg, adapter})
+        rows->addWidget(part);
+    return parts;
+}
+
+void FerryLinkWidget::connectViews() {
+    connect(devices, &DeviceSelector::selectionChanged, this, &FerryLinkWidget::deviceSelectionChanged);
+    connect(devices, &DeviceSelector::refreshRequested, this, &FerryLinkWidget::deviceRefreshRequested);
+    connect(empty, &EmptyView::refreshRequested, this, &FerryLinkWidget::deviceRefreshRequested);
+    connect(&liveList, &QTimer::timeout, this, &FerryLinkWidget::deviceRefreshRequested);
+    connect(restart, &QToolButton::clicked, this, &FerryLinkWidget::onRestartClicked);
+    connect(kmg, &KmgView::startRequested, this, &FerryLinkWidget::kmgCaptureStartRequested);
+    connect(kmg, &KmgView::stopRequested, this, &FerryLinkWidget::kmgCaptureStopRequested);
+    connect(adapter, &AdapterView::outputProtocolChosen, this, &FerryLinkWidget::onProtocolChosen);
+    connect(slotList, &SlotListView::actionRequested, this, &FerryLinkWidget::onSlotAction);
+    connect(slotList, &SlotListView::fileDropped, this, [this](int slotIndex, const DroppedFile& file) {
+        if (operations)
+            operations->loadDroppedFile(slotIndex, file);
+    });
+    connect(slotList, &SlotListView::dropRefused, this, [this] {
+        transfer->showNotice(
+            tr("Only readable .gpc, .gbc and .git files of up to 64 KB can be dropped here"));
+    });
+    connect(fileDialogs, &SlotFileDialogs::fileChosen, this, &FerryLinkWidget::onFileChosen);
+    connect(transfer, &TransferView::cancelRequested, this, [this] {
+        if (operations)
+            operations->cancel(MemorySlotOperations::Notice::silent);
+    });
+}
+
+// ---- Memory slots and output protocol ----
+
+void FerryLinkWidget::setSlotOperations(MemorySlotOperations* newOperations) {
+    if (operations)
+        operations->disconnect(this);
+    operations = newOperations;
+    if (operations)
+        connectOperations();
+}
+
+void FerryLinkWidget::connectOperations() {
+    MemorySlotOperations* const source = operations;
+    connect(source, &MemorySlotOperations::memorySlotLoadRequested, this,
+            &FerryLinkWidget::memorySlotLoadRequested);
+    connect(source, &MemorySlotOperations::failed, this, &FerryLinkWidget::showWarningBox);
+    connect(source, &MemorySlotOperations::transferStarted, this,
+            [this](int slotNumber, const QString& fileName, int reports) {
+                transferSlot = slotNumber;
+                transfer->start(slotNumber, fileName, reports);
+                onTransferProgress(0, reports);
+            });
+    connect(source, &MemorySlotOperations::transferProgressed, this, &FerryLinkWidget::onTransferProgress);
+    connect(source, &MemorySlotOperations::transferFinished, this,
+            [this](int slotNumber, const QString& fileName, bool transferred, bool slotLoaded) {
+                transferSlot = 0;
+                slotList->setTransferShare(slotNumber, -1);
+                transfer->finish(slotNumber, fileName, transferred, slotLoaded);
+            });
+}
+
+void FerryLinkWidget::onTransferProgress(int sent, int reports) {
+    transfer->setProgress(sent, reports);
+    slotList->setTransferShare(transferSlot, reports > 0 ? static_cast<double>(sent) / reports : 0);
+}
+
+void FerryLinkWidget::onSlotAction(SlotAction action, int slotIndex) {
+    if (action == SlotAction::loadScriptFile || action == SlotAction::loadTranslatorFile) {
+        fileDialogs->ask(action, slotIndex);
+        return;
+    }
+    if (!operations)
+        return;
+    if (action == SlotAction::removeScript)
+        operations->removeScript(slotIndex);
+    else if (action == SlotAction::removeInputTranslator)
+        operations->removeInputTranslator(slotIndex);
+    else
+        operations->loadSlot(slotIndex);
+}
+
+void FerryLinkWidget::onFileChosen(SlotAction action, int slotIndex, const QString& path) {
+    if (!operations)
+        return;
+    if (action == SlotAction::loadTranslatorFile) // its dialog shows all files, whatever their suffix
+        operations->loadInputTranslator(slotIndex, path);
+    else if (slotFileKind(path) == SlotFileKind::gpcBytecode)
+        operations->loadBytecode(slotIndex, path);
+    else
+        operations->loadGpcSource(slotIndex, path);
+}
+
+void FerryLinkWidget::onProtocolChosen(int value, const QString& name) {
+    if (!operations || !operations->setOutputProtocol(value, name))
+        adapter->revertOutputProtocol();
+}
+
+void FerryLinkWidget::showWarningBox(const QString& title, const QString& text) {
+    const bool isListing = title == MemorySlotOperations::tr("GPC Compilation Failed");
+    showWarning(this, title, text, isListing ? WarningText::listing : WarningText::prose);
+}
+
+// ---- Devices and connection ----
 
 QString FerryLinkWidget::selectedDevicePath() const {
     return devices->selectedPath();
@@ -76,6 +196,10 @@ QString FerryLinkWidget::selectedDevicePath() const {
 
 QString FerryLinkWidget::errorMessage() const {
     return error->message();
+}
+
+QSize FerryLinkWidget::sizeHint() const {
+    return {fontMetrics().averageCharWidth() * 46, fontMetrics().height() * 52};
 }
 
 void FerryLinkWidget::onRestartClicked() {
@@ -91,6 +215,7 @@ void FerryLinkWidget::onRestartClicked() {
 
 void FerryLinkWidget::setDevices(const QList<TitanDevice>& list, const QString& rememberedSerial) {
     devices->setDevices(list, rememberedSerial);
+    updateEmptiness();
 }
 
 void FerryLinkWidget::selectDevice(const QString& path) {
@@ -98,42 +223,75 @@ void FerryLinkWidget::selectDevice(const QString& path) {
 }
 
 void FerryLinkWidget::setConnectionState(ConnectionState state) {
-    status->setConnectionState(state);
-    kmg->setAvailable(state == ConnectionState::connected);
+    connection = state;
+    const bool connected = state == ConnectionState::connected;
+    banner->setState(state);
+    adapter->setAvailable(connected);
+    slotList->setAvailable(connected);
+    kmg->setAvailable(connected);
+    updateEmptiness();
+    updateLiveList();
+}
+
+void FerryLinkWidget::updateEmptiness() {
+    const bool nothingThere = devices->isEmpty() && connection == ConnectionState::disconnected;
+    empty->setVisible(nothingThere);
+    groups->setVisible(!nothingThere);
+    banner->setVisible(!nothingThere);
+}
+
+void FerryLinkWidget::updateLiveList() {
+    // Never while frames run: enumerating takes milliseconds of the USB stack.
+    if (isVisible() && connection == ConnectionState::disconnected)
+        liveList.start();
+    else
+        liveList.stop();
+}
+
+void FerryLinkWidget::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    updateLiveList();
+}
+
+void FerryLinkWidget::hideEvent(QHideEvent* event) {
+    QWidget::hideEvent(event);
+    updateLiveList();
 }
 
 void FerryLinkWidget::setErrorMessage(const QString& message) {
     error->setMessage(message);
 }
 
+// ---- What the adapter and the workers say ----
+
 void FerryLinkWidget::setFrameRates(quint32 frameHz, double latencyMs, double jitterMs) {
-    rates->setFrameRates(frameHz, latencyMs, jitterMs);
+    metrics->setFrameRates(frameHz, latencyMs, jitterMs);
     runCard->setMetricsText(tr("%1 Hz, %2 ms").arg(frameHz).arg(latencyMs, 0, 'f', 2));
 }
 
 void FerryLinkWidget::setReportRates(quint32 inputPps, quint32 statePps) {
-    rates->setReportRates(inputPps, statePps);
+    metrics->setReportRates(inputPps, statePps);
 }
 
 void FerryLinkWidget::setPacketRate(int packetsPerSecond) {
-    rates->setPacketRate(packetsPerSecond);
+    metrics->setPacketRate(packetsPerSecond);
 }
 
 void FerryLinkWidget::setFirmwareVersion(const QString& version) {
-    status->setFirmwareVersion(version);
+    adapter->setFirmwareVersion(version);
 }
 
 void FerryLinkWidget::setLoadedSlot(int slot) {
-    status->setLoadedSlot(slot);
+    adapter->setLoadedSlot(slot);
     slotList->setLoadedSlot(slot);
 }
 
-void FerryLinkWidget::setOutputProtocol(int /*value*/, const QString& name) {
-    status->setOutputProtocol(name);
+void FerryLinkWidget::setOutputProtocol(int value, const QString& name) {
+    adapter->setOutputProtocol(value, name);
 }
 
 void FerryLinkWidget::setUsbPorts(const TitanUsbPortInfo& ports) {
-    status->setUsbPorts(ports);
+    adapter->setUsbPorts(ports);
 }
 
 void FerryLinkWidget::setScripts(const QList<TitanScriptInfo>& scripts) {
@@ -141,7 +299,7 @@ void FerryLinkWidget::setScripts(const QList<TitanScriptInfo>& scripts) {
 }
 
 void FerryLinkWidget::clearStatus() {
-    status->clear();
+    adapter->clear();
     slotList->clear();
 }
 
@@ -154,7 +312,7 @@ void FerryLinkWidget::setKmgRates(quint32 keyboardHz, quint32 mouseHz, quint32 c
 }
 
 void FerryLinkWidget::clearRates() {
-    rates->clear();
+    metrics->clear();
     runCard->setMetricsText(tr("No frames"));
 }
 

@@ -13,6 +13,8 @@ class QPushButton;
 
 namespace Vantor {
 
+class ElidedLabel;
+
 class KmgView : public QGroupBox {
     Q_OBJECT
 
@@ -21,7 +23,7 @@ public:
 
     /// Capturing needs a connected adapter; without one it cannot be started, but a running one can be ended.
     void setAvailable(bool isAvailable);
-    /// While capturing, the choice is fixed and the rates are shown.
+    /// While capturing, the rates of what is captured take the place of the choice.
     void setCapturing(bool isCapturing);
     /// Records per second of each kind.
     void setRates(quint32 keyboardHz, quint32 mouseHz, quint32 controllerHz);
@@ -36,10 +38,9 @@ private:
     void buildButton();
     void toggle();
     void showState();
-    void showRates();
 
     std::array<QCheckBox*, 3> boxes{}; ///< keyboard, mouse, controller
-    std::array<quint32, 3> rates{};    ///< records per second, in the same order
+    std::array<ElidedLabel*, 3> rateLabels{};
     QPushButton* button = nullptr;
     bool available = false;
     bool capturing = false;

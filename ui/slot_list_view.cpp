@@ -12,12 +12,15 @@ namespace Vantor {
 
 SlotListView::SlotListView(QWidget* parent) : QGroupBox(tr("Memory Slots"), parent) {
     auto* rows = new QVBoxLayout(this);
-    rows->setSpacing(1);
+    rows->setSpacing(2);
     for (int i = 0; i < kSlots; ++i) {
         auto* item = new MemorySlotItem(i + 1, this);
         // One stop for the tab key, as in any list; the arrow keys do the rest.
         item->setFocusPolicy(i == 0 ? Qt::StrongFocus : Qt::ClickFocus);
         item->installEventFilter(this);
+        connect(item, &MemorySlotItem::actionRequested, this, &SlotListView::actionRequested);
+        connect(item, &MemorySlotItem::fileDropped, this, &SlotListView::fileDropped);
+        connect(item, &MemorySlotItem::dropRefused, this, &SlotListView::dropRefused);
         rows->addWidget(item);
         items[static_cast<std::size_t>(i)] = item;
     }
@@ -39,6 +42,16 @@ void SlotListView::setScripts(const QList<TitanScriptInfo>& scripts) {
 void SlotListView::setLoadedSlot(int slot) {
     for (std::size_t i = 0; i < items.size(); ++i)
         items[i]->setLoaded(static_cast<int>(i) + 1 == slot);
+}
+
+void SlotListView::setAvailable(bool isAvailable) {
+    for (MemorySlotItem* const item : items)
+        item->setAvailable(isAvailable);
+}
+
+void SlotListView::setTransferShare(int slotNumber, double share) {
+    if (slotNumber >= 1 && slotNumber <= kSlots)
+        items[static_cast<std::size_t>(slotNumber - 1)]->setTransferShare(share);
 }
 
 void SlotListView::clear() {

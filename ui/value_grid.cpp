@@ -15,17 +15,28 @@ ValueGrid::ValueGrid(QWidget* parent) : QWidget(parent), rows(new QGridLayout(th
 
 ElidedLabel* ValueGrid::addRow(const QString& caption, const QString& hint) {
     const int row = rows->rowCount();
-    auto* name = new QLabel(caption, this);
-    name->setToolTip(hint);
-    name->setForegroundRole(QPalette::PlaceholderText);
+    addCaption(row, caption, hint);
     auto* value = new ElidedLabel(this);
     value->setAccessibleName(caption);
     value->setHint(hint);
-    name->setBuddy(value);
-    rows->addWidget(name, row, 0);
     rows->addWidget(value, row, 1);
     setValue(value, {});
     return value;
+}
+
+void ValueGrid::addControl(const QString& caption, QWidget* control) {
+    const int row = rows->rowCount();
+    addCaption(row, caption, control->toolTip());
+    rows->addWidget(control, row, 1);
+}
+
+void ValueGrid::addCaption(int row, const QString& caption, const QString& hint) {
+    auto* name = new ElidedLabel(this);
+    name->setText(caption);
+    name->setHint(hint);
+    name->setTone(Tone::muted);
+    name->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Preferred);
+    rows->addWidget(name, row, 0);
 }
 
 void ValueGrid::setValue(ElidedLabel* label, const QString& value) {

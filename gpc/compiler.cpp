@@ -135,7 +135,8 @@ Diagnostic diagnosticFor(const CompileError& error, const TokenStream& tokens,
 CompileResult compileSource(std::string_view source, const CompileOptions& options) {
     CompileResult result;
     auto info = findScriptInfo(source);
-    PreprocessResult preprocessed = preprocess(source, {options.sourcePath, options.includeDirectories, 0});
+    PreprocessResult preprocessed =
+        preprocess(source, {options.sourcePath, options.includeDirectories, 0, options.growthLimitBytes});
     if (!preprocessed.diagnostics.empty()) {
         result.diagnostics = std::move(preprocessed.diagnostics);
         return result;

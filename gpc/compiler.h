@@ -3,7 +3,9 @@
 #pragma once
 
 #include "gpc/diagnostic.h"
+#include "gpc/preprocessor.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -15,6 +17,7 @@ struct CompileOptions {
     std::uint32_t buildStamp = 0;                ///< written into the header; 0 means seconds since 1970, now
     std::string sourcePath;                      ///< UTF-8; empty when the source has no file
     std::vector<std::string> includeDirectories; ///< UTF-8, searched in this order
+    std::size_t growthLimitBytes = kMaxGrowthBytes; ///< see PreprocessOptions
 };
 
 /// Never both: `bytecode` is empty when there are diagnostics.

@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-/// What expansions may handle in all: a floor for small sources, and a multiple of a long one.
-constexpr std::uint64_t kBaseWorkBytes = 32u << 20;
+/// What expansions may handle in all: a multiple of the growth that is allowed, and one of a long source.
+constexpr std::uint64_t kWorkPerGrowthByte = 4;
 constexpr std::uint64_t kWorkPerSourceByte = 16;
 
 /// A file name in angle brackets is no code: what looks like a comment in it is none.
@@ -30,7 +30,9 @@ Preprocessor::Preprocessor(std::string_view source, const PreprocessOptions& pre
     : options(preprocessOptions),
       result(target),
       expander(macros, preprocessOptions.startTime != 0 ? preprocessOptions.startTime : std::time(nullptr),
-               source.size() + kMaxGrowthBytes, kBaseWorkBytes + kWorkPerSourceByte * source.size()) {}
+               source.size() + preprocessOptions.growthLimitBytes,
+               kWorkPerGrowthByte * preprocessOptions.growthLimitBytes + kWorkPerSourceByte * source.size()) {
+}
 
 bool Preprocessor::fail(const Place& place, std::string message) {
     result.diagnostics.push_back({0, place.line, place.column, std::move(message), place.file});

@@ -17,13 +17,17 @@ namespace Vantor::gpc {
 
 /// The largest single file, the main source included, that is read at all.
 inline constexpr std::size_t kMaxSourceBytes = 8u << 20;
-/// How much longer than the main source the preprocessed text may become through macros and includes.
+/// How much longer than the main source the preprocessed text may become through macros and includes, unless
+/// the caller allows less.
 inline constexpr std::size_t kMaxGrowthBytes = 8u << 20;
 
 struct PreprocessOptions {
     std::string sourcePath;                      ///< UTF-8; empty when the source has no file
     std::vector<std::string> includeDirectories; ///< UTF-8, searched in this order
     std::time_t startTime = 0;                   ///< what __DATE__ and __TIME__ show; 0 means now
+    /// How much longer than the source the text may become; what expansions may handle on the way shrinks
+    /// with it.
+    std::size_t growthLimitBytes = kMaxGrowthBytes;
 };
 
 struct PreprocessResult {

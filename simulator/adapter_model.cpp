@@ -190,6 +190,11 @@ bool AdapterModel::nextStateReport(Stream& stream, std::int64_t nowNs, Report& r
     return true;
 }
 
+/// A state that has begun is due at once, whatever became of its rate meanwhile.
+std::int64_t AdapterModel::dueTimeOf(const Stream& stream) noexcept {
+    return stream.nextPart != 0 ? std::numeric_limits<std::int64_t>::min() : stream.dueNs;
+}
+
 std::int64_t AdapterModel::nextDueNs() const noexcept {
     if (answersCount > 0)
         return std::numeric_limits<std::int64_t>::min();
@@ -197,7 +202,7 @@ std::int64_t AdapterModel::nextDueNs() const noexcept {
     if (streaming) {
         for (const Stream& stream : streams)
             if (stream.periodNs != 0)
-                due = std::min(due, stream.dueNs);
+                due = std::min(due, dueTimeOf(stream));
     }
     return due;
 }

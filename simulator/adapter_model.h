@@ -79,6 +79,7 @@ private:
     void answer(std::size_t initialisationIndex, std::int64_t nowNs) noexcept;
     void queueAnswer(const Report& report) noexcept;
     void startStreams(std::int64_t nowNs) noexcept;
+    static std::int64_t dueTimeOf(const Stream& stream) noexcept;
     bool nextStateReport(Stream& stream, std::int64_t nowNs, Report& report) noexcept;
 
     AdapterContent content;

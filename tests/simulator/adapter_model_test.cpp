@@ -138,6 +138,19 @@ TEST_F(Model, StreamsAtTheChosenRatesAndSkipsWhatNobodyFetched) {
     EXPECT_EQ(model.nextDueNs(), AdapterModel::kNeverNs);
 }
 
+TEST_F(Model, AStateThatHasBegunIsDueWhateverBecomesOfItsRate) {
+    model.setStreamRates(1000, 0, now);
+    initialise();
+    drain();
+    now += kMsNs;
+    Report report;
+    ASSERT_TRUE(model.nextInputReport(now, report));
+    model.setStreamRates(1, 0, now);
+    EXPECT_LE(model.nextDueNs(), now);
+    EXPECT_EQ(drain().size(), 2U);
+    EXPECT_GT(model.nextDueNs(), now);
+}
+
 TEST_F(Model, NoByteOfAFixedPacketMayDiffer) {
     std::vector<Bytes> packets;
     for (const char* packet : kInitialisation)

@@ -7,12 +7,13 @@
 #   sanitize   the same under AddressSanitizer and UndefinedBehaviorSanitizer, the threaded ones under ThreadSanitizer
 #   style      formatting (clang-format) and a few rules of the house
 #   tidy       static analysis (clang-tidy)
+#   fuzz       every parser of foreign bytes, two at a time for a minute each, from the kept corpus
 #   bench      measures against named baselines and prints ratios; never fails on a figure
 #   all        every lane above
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-usage() { sed -n '2,11s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"; }
+usage() { sed -n '2,12s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"; }
 
 # Tests that measure counts against time claim the machine for themselves (RUN_SERIAL), so this is safe.
 jobs=$(nproc)
@@ -41,6 +42,12 @@ lane_tidy() {
   scripts/tidy.sh
 }
 
+lane_fuzz() {
+  need clang libclang-rt-14-dev
+  build fuzz
+  scripts/fuzz.sh
+}
+
 lane_bench() {
   build release
   scripts/bench.sh
@@ -49,8 +56,8 @@ lane_bench() {
 lanes=()
 for lane in "${@:-default}"; do
   case $lane in
-    default | sanitize | style | tidy | bench) lanes+=("$lane") ;;
-    all) lanes+=(default sanitize style tidy bench) ;;
+    default | sanitize | style | tidy | fuzz | bench) lanes+=("$lane") ;;
+    all) lanes+=(default sanitize style tidy fuzz bench) ;;
     -h | --help)
       usage
       exit 0

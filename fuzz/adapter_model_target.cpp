@@ -14,15 +14,9 @@ constexpr std::int64_t kMillisecondNs = 1'000'000;
 /// Bounds one input's work.
 constexpr int kMaxReportsFetched = 16;
 
-/// A copy costs a fraction of what making one costs.
-const simulator::AdapterModel& freshModel() {
-    static const simulator::AdapterModel model;
-    return model;
-}
-
 class Session {
 public:
-    explicit Session(Bytes input) : reader(input), model(freshModel()) {}
+    explicit Session(Bytes input) : reader(input) {}
 
     void run() {
         while (!reader.atEnd()) {

@@ -9,15 +9,10 @@ namespace Vantor::simulator {
 namespace {
 
 constexpr std::int64_t kSecondNs = 1'000'000'000;
-constexpr std::uint8_t kFrameCommand = 0x60;
-constexpr std::uint8_t kEndCommand = 0xF1;
-constexpr std::uint8_t kProtocolCommand = 0x02;
 // States that are kept for a program that does not read for a while; the rest is skipped, as a real adapter's
 // would be lost.
 constexpr std::int64_t kBacklogStates = 16;
-
-// Known commands without a behaviour here: slot, clear, transfers, capture.
-constexpr std::array<std::uint8_t, 7> kOtherCommands{0xA0, 0x40, 0x41, 0x30, 0x31, 0x51, 0x52};
+constexpr std::uint8_t kInputKind = 0x13;
 
 std::int64_t periodOf(unsigned hz) noexcept {
     return hz == 0 ? 0 : kSecondNs / std::min(hz, AdapterModel::kMaxRateHz);
@@ -25,10 +20,58 @@ std::int64_t periodOf(unsigned hz) noexcept {
 
 } // namespace
 
-AdapterModel::AdapterModel(const AdapterContent& adapterContent)
-    : content(adapterContent), listing(slotListingReports(adapterContent)) {
+struct AdapterModel::Command {
+    std::uint8_t first;
+    bool other; ///< counted as one of the other commands
+    void (AdapterModel::*take)(Packet, std::int64_t) noexcept;
+};
+
+constexpr std::array<AdapterModel::Command, 9> AdapterModel::kCommands{{
+    {0x60, false, &AdapterModel::takeFrame},
+    {0xF1, false, &AdapterModel::takeEnd},
+    {0xA0, true, &AdapterModel::takeLoadSlot},
+    {0x40, true, &AdapterModel::takeClear},
+    {0x41, true, &AdapterModel::takeClear},
+    {0x30, true, &AdapterModel::takeTransfer},
+    {0x31, true, &AdapterModel::takeTransfer},
+    {0x51, true, &AdapterModel::takeCaptureStart},
+    {0x52, true, &AdapterModel::takeCaptureInput},
+}};
+
+AdapterModel::AdapterModel(const AdapterContent& adapterContent) : content(adapterContent) {
     for (Stream& stream : streams)
         stream.periodNs = periodOf(kDefaultRateHz);
+    streams[0].values = demoInput(0);
+}
+
+AdapterModel::AdapterModel() : AdapterModel(AdapterContent{}) {
+    constexpr std::array<std::uint8_t, 16> kDesk{0x10, 0x09, 'D',  'e',  's',  'k',  '.',  'g',
+                                                 'i',  't',  0x00, 0x21, 0x00, 0x30, 0x00, 0x00};
+    constexpr std::string_view kLone = "Keyboard and Mouse.git";
+    struct Preset {
+        unsigned slot;
+        std::string_view title;
+        std::uint8_t major;
+        std::uint8_t minor;
+        std::string_view author;
+    };
+    constexpr std::array<Preset, 3> kPresets{{{1, "Rapid Fire", 1, 5, "FerryLink"},
+                                              {2, "Combo Trainer", 2, 10, "FerryLink"},
+                                              {9, "LED Status", 1, 20, ""}}};
+    std::array<std::uint8_t, 128> file{};
+    for (const Preset& preset : kPresets) {
+        const std::size_t bytes =
+            writeIdleScript(file, preset.title, preset.major, preset.minor, preset.author);
+        memory.keep(preset.slot, SlotPart::script, std::span(file).first(bytes));
+    }
+    memory.keep(1, SlotPart::translator, kDesk);
+    std::size_t bytes = 0;
+    file[bytes++] = 0x10;
+    file[bytes++] = static_cast<std::uint8_t>(kLone.size() + 1);
+    bytes += kLone.copy(reinterpret_cast<char*>(file.data()) + bytes, kLone.size());
+    for (const std::uint8_t byte : {0x00, 0x30, 0x00, 0x40, 0x00, 0x00})
+        file[bytes++] = byte;
+    memory.keep(4, SlotPart::translator, std::span(file).first(bytes));
 }
 
 void AdapterModel::receiveWithId(std::span<const std::uint8_t> report, std::int64_t nowNs) noexcept {
@@ -51,36 +94,39 @@ void AdapterModel::receive(std::span<const std::uint8_t> report, std::int64_t no
         reportError("report of %u bytes instead of 64", static_cast<unsigned>(report.size()));
         return;
     }
-    const auto packet = report.first<kReportBytes>();
-    const std::uint8_t command = packet[0];
-    if (command == kFrameCommand) {
-        if (const char* problem = ledger.takePacket(packet, nowNs))
-            reportError("%s (length %d, chunk %d)", problem, packet[2], packet[3]);
-        return;
-    }
-    if (command == kEndCommand) {
-        takeEnd(packet);
-        return;
-    }
+    const Packet packet = report.first<kReportBytes>();
     // The second initialisation packet and the output protocol's command begin alike; byte 2 tells them
     // apart.
-    const bool protocolCommand = command == kProtocolCommand && packet[2] == 0x03;
-    if (protocolCommand ||
-        std::find(kOtherCommands.begin(), kOtherCommands.end(), command) != kOtherCommands.end()) {
+    if (packet[0] == kOutputProtocolPacket[0] && packet[2] == kOutputProtocolPacket[2]) {
         ++counts.otherCommands;
+        takeOutputProtocol(packet);
         return;
     }
-    for (std::size_t index = 0; index < kInitialisationPackets.size(); ++index) {
-        if (kInitialisationPackets[index][0] == command) {
-            takeInitialisation(packet, index, nowNs);
+    for (const Command& command : kCommands) {
+        if (command.first == packet[0]) {
+            counts.otherCommands += command.other ? 1 : 0;
+            (this->*command.take)(packet, nowNs);
             return;
         }
     }
-    reportError("unknown command 0x%02X", command);
+    takeInitialisation(packet, nowNs);
 }
 
-void AdapterModel::takeInitialisation(std::span<const std::uint8_t, kReportBytes> packet, std::size_t index,
-                                      std::int64_t nowNs) noexcept {
+void AdapterModel::takeFrame(Packet packet, std::int64_t nowNs) noexcept {
+    if (const char* problem = ledger.takePacket(packet, nowNs))
+        reportError("%s (length %d, chunk %d)", problem, packet[2], packet[3]);
+    else if (ledger.frameIsWhole())
+        runner.setFrame(ledger.lastFrame());
+}
+
+void AdapterModel::takeInitialisation(Packet packet, std::int64_t nowNs) noexcept {
+    std::size_t index = 0;
+    while (index < kInitialisationPackets.size() && kInitialisationPackets[index][0] != packet[0])
+        ++index;
+    if (index == kInitialisationPackets.size()) {
+        reportError("unknown command 0x%02X", packet[0]);
+        return;
+    }
     const Report& expected = kInitialisationPackets[index];
     const auto number = static_cast<unsigned>(index + 1);
     const auto difference = std::mismatch(packet.begin(), packet.end(), expected.begin());
@@ -100,7 +146,7 @@ void AdapterModel::takeInitialisation(std::span<const std::uint8_t, kReportBytes
     answer(index, nowNs);
 }
 
-void AdapterModel::takeEnd(std::span<const std::uint8_t, kReportBytes> packet) noexcept {
+void AdapterModel::takeEnd(Packet packet, std::int64_t /*nowNs*/) noexcept {
     if (std::equal(packet.begin(), packet.end(), kClosingPacket.begin()))
         ++counts.closingPackets;
     else if (std::equal(packet.begin(), packet.end(), kStopPacket.begin()))
@@ -123,8 +169,7 @@ void AdapterModel::answer(std::size_t initialisationIndex, std::int64_t nowNs) n
         queueAnswer(outputProtocolReport(content));
         break;
     case 2:
-        for (const Report& part : listing)
-            queueAnswer(part);
+        queueListing(nowNs);
         break;
     case 3:
         queueAnswer(usbPortsReport(content));
@@ -153,9 +198,13 @@ void AdapterModel::startStreams(std::int64_t nowNs) noexcept {
         stream.dueNs = nowNs + stream.periodNs;
         stream.nextPart = 0;
     }
+    if (scriptWanted)
+        startScript(nowNs);
 }
 
 bool AdapterModel::nextInputReport(std::int64_t nowNs, Report& report) noexcept {
+    if (answersCount == 0 && listingDueNs <= nowNs)
+        queueListing(nowNs);
     if (answersCount > 0) {
         report = answers[answersBegin];
         answersBegin = (answersBegin + 1) % kAnswers;
@@ -164,10 +213,15 @@ bool AdapterModel::nextInputReport(std::int64_t nowNs, Report& report) noexcept 
     }
     if (!streaming)
         return false;
-    // A state that has begun is finished before the other kind's turn.
-    const bool secondFirst = streams[1].nextPart != 0;
-    return nextStateReport(streams[secondFirst ? 1 : 0], nowNs, report) ||
-           nextStateReport(streams[secondFirst ? 0 : 1], nowNs, report);
+    // A state that has begun is finished before the other kind's turn; otherwise the earlier one's turn it
+    // is, so that the script meets each input in its time.
+    const auto isFirst = [](const Stream& one, const Stream& other) {
+        return one.nextPart != 0 ||
+               (other.nextPart == 0 && (other.periodNs == 0 || one.dueNs <= other.dueNs));
+    };
+    const std::size_t first = isFirst(streams[0], streams[1]) ? 0 : 1;
+    return nextStateReport(streams[first], nowNs, report) ||
+           nextStateReport(streams[1 - first], nowNs, report);
 }
 
 bool AdapterModel::nextStateReport(Stream& stream, std::int64_t nowNs, Report& report) noexcept {
@@ -180,12 +234,14 @@ bool AdapterModel::nextStateReport(Stream& stream, std::int64_t nowNs, Report& r
         stream.step += static_cast<std::uint64_t>(skipped);
         counts.statesSkipped += static_cast<std::uint64_t>(skipped);
     }
-    report = controllerStateReport(stream.kind, stream.nextPart, stream.step);
+    if (stream.nextPart == 0)
+        beginState(stream);
+    report = controllerStateReport(stream.kind, stream.nextPart, stream.values);
     if (++stream.nextPart == 3) {
         stream.nextPart = 0;
         ++stream.step;
         stream.dueNs += stream.periodNs;
-        ++(stream.kind == 0x13 ? counts.inputStates : counts.reportStates);
+        ++(stream.kind == kInputKind ? counts.inputStates : counts.reportStates);
     }
     return true;
 }
@@ -195,10 +251,17 @@ std::int64_t AdapterModel::dueTimeOf(const Stream& stream) noexcept {
     return stream.nextPart != 0 ? std::numeric_limits<std::int64_t>::min() : stream.dueNs;
 }
 
+void AdapterModel::beginState(Stream& stream) noexcept {
+    if (stream.kind == kInputKind)
+        stream.values = demoInput(stream.step);
+    else
+        runner.run(streams[0].values, stream.dueNs, stream.values);
+}
+
 std::int64_t AdapterModel::nextDueNs() const noexcept {
     if (answersCount > 0)
         return std::numeric_limits<std::int64_t>::min();
-    std::int64_t due = kNeverNs;
+    std::int64_t due = listingDueNs;
     if (streaming) {
         for (const Stream& stream : streams)
             if (stream.periodNs != 0)
@@ -218,7 +281,12 @@ void AdapterModel::powerOff() noexcept {
     streaming = false;
     initialisationStep = 0;
     answersCount = 0;
+    listingDueNs = kNeverNs;
     ledger.dropPartialFrame();
+    capture.powerOff();
+    counts.transfersAbandoned += transfer.drop() ? 1 : 0;
+    runner.unload();
+    scriptWanted = true;
 }
 
 std::string_view AdapterModel::errorText(std::size_t index) const noexcept {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <initializer_list>
-#include <string_view>
 
 namespace Vantor::simulator {
 
@@ -66,24 +65,25 @@ constexpr Report kStopPacket = packetOf({{0, {0xF1}},
                                          {37, {0x80}},
                                          {56, {0x0D}}});
 
-AdapterContent defaultContent() {
-    AdapterContent content;
-    content.slots[0] = {.script = true,
-                        .flags = 0x06,
-                        .name = "Rapid Fire",
-                        .versionMajor = 1,
-                        .versionMinor = 5,
-                        .author = "FerryLink",
-                        .translator = "Desk.git"};
-    content.slots[1] = {.script = true,
-                        .name = "Combo Trainer",
-                        .versionMajor = 2,
-                        .versionMinor = 10,
-                        .author = "FerryLink"};
-    content.slots[3] = {.flags = 0x0C, .translator = "Keyboard and Mouse.git"};
-    content.slots[8] = {.script = true, .name = "LED Status", .versionMajor = 1, .versionMinor = 20};
-    return content;
-}
+constexpr Report kLoadSlotPacket =
+    packetOf({{0, {0xA0}},
+              {2, {0x02, 0x00, 0x03, 0x00, 0x00, 0x39, 0x01, 0xA4, 0x90, 0xF8, 0x7F}},
+              {15, {0xB0, 0xA8, 0xEF, 0xCF, 0x93}},
+              {23, {0x1D}},
+              {31, {0x68, 0xD8, 0xEB, 0x90, 0xF6, 0x7F}},
+              {39, {0x02}},
+              {47, {0x08}},
+              {55, {0xF1, 0xFC, 0xD0, 0xD3, 0xFF, 0x7F}},
+              {63, {0x30}}});
+constexpr Report kOutputProtocolPacket = packetOf({{0, {0x02}},
+                                                   {2, {0x03}},
+                                                   {7, {0xC6, 0xF8, 0x66, 0xA4, 0xFD, 0x7F}},
+                                                   {15, {0xB8, 0xA8, 0x99, 0xF3, 0xBD}},
+                                                   {23, {0xB8, 0xA8, 0x99, 0xF3, 0xBD}},
+                                                   {42, {0x80, 0xBD}},
+                                                   {47, {0xA8, 0xFF, 0xC2, 0x6B, 0x02, 0x02}},
+                                                   {55, {0x9A, 0x55, 0x78, 0xA4, 0xFD, 0x7F}},
+                                                   {63, {0x70}}});
 
 Report firmwareReport(const AdapterContent& content) noexcept {
     Report report{0x01, 0x00, 0x22, 0x00};
@@ -109,54 +109,15 @@ Report loadedSlotReport(const AdapterContent& content) noexcept {
 
 namespace {
 
-void appendText(std::vector<std::uint8_t>& stream, const std::string& text) {
-    stream.insert(stream.end(), text.begin(), text.end());
-    stream.push_back(0);
-}
+// How many states a value takes for its way there and back, and by how many it is behind its neighbour.
+constexpr std::uint64_t kAxisCycle = 2048;
+constexpr std::uint64_t kButtonCycle = 1024;
+constexpr std::uint64_t kLag = 53;
 
-void appendSlot(std::vector<std::uint8_t>& stream, std::size_t slotNumber, const SlotContent& slot) {
-    stream.insert(stream.end(), {static_cast<std::uint8_t>(slotNumber),
-                                 static_cast<std::uint8_t>(slot.script ? 1 : 0), slot.flags});
-    if (slot.script) {
-        stream.insert(stream.end(), 4, 0);
-        appendText(stream, slot.name);
-        stream.insert(stream.end(), {slot.versionMajor, slot.versionMinor});
-        appendText(stream, slot.author);
-    }
-    if (slot.script || slot.flags != 0 || !slot.translator.empty())
-        appendText(stream, slot.translator);
-}
-
-} // namespace
-
-std::vector<Report> slotListingReports(const AdapterContent& content) {
-    constexpr std::size_t kPartBytes = 60;
-    constexpr std::size_t kMaxParts = 32;
-    std::vector<std::uint8_t> stream;
-    for (std::size_t index = 0; index < content.slots.size(); ++index)
-        appendSlot(stream, index + 1, content.slots[index]);
-    stream.resize(std::min(stream.size(), kMaxParts * kPartBytes));
-
-    std::vector<Report> parts;
-    for (std::size_t begin = 0; begin < stream.size(); begin += kPartBytes) {
-        Report& part = parts.emplace_back();
-        part[0] = 0x03;
-        part[2] = static_cast<std::uint8_t>(stream.size());
-        part[3] = static_cast<std::uint8_t>(parts.size() - 1);
-        std::copy_n(stream.begin() + static_cast<std::ptrdiff_t>(begin),
-                    std::min(kPartBytes, stream.size() - begin), part.begin() + 4);
-    }
-    return parts;
-}
-
-namespace {
-
-// A triangle between 0 and 100 in 16.16 fixed point that takes 1024 steps to rise.
-std::int32_t triangle(std::uint64_t phase) noexcept {
-    constexpr std::uint64_t kRise = 1024;
-    const std::uint64_t position = phase % (2 * kRise);
-    const std::uint64_t height = position < kRise ? position : 2 * kRise - position;
-    return static_cast<std::int32_t>(height * 100 * 65536 / kRise);
+/// Rises from 0 to full and falls back to 0 in `cycle` steps.
+std::int32_t triangle(std::uint64_t position, std::uint64_t cycle) noexcept {
+    const std::uint64_t height = std::min(position, cycle - position);
+    return static_cast<std::int32_t>(height * kFullValue / (cycle / 2));
 }
 
 void putValue(Report& report, std::size_t position, std::int32_t value) noexcept {
@@ -167,19 +128,24 @@ void putValue(Report& report, std::size_t position, std::int32_t value) noexcept
 
 } // namespace
 
-Report controllerStateReport(std::uint8_t kind, unsigned part, std::uint64_t step) noexcept {
-    constexpr unsigned kValuesPerPart = 15;
-    constexpr unsigned kButtons = 21;
-    constexpr unsigned kValues = kButtons + 17;
-    Report report{kind, 0x00, 0xAC, static_cast<std::uint8_t>(part)};
-    for (unsigned index = 0; index < kValuesPerPart; ++index) {
-        const unsigned value = part * kValuesPerPart + index;
-        if (value >= kValues)
-            break;
-        // Neighbouring values are out of phase, and the two kinds of state differ.
-        const std::int32_t height = triangle(step + value * 53 + (kind == 0x14 ? 500 : 0));
-        putValue(report, 4 + 4 * index, value < kButtons ? height : 2 * height - 100 * 65536);
+ControllerValues demoInput(std::uint64_t step) noexcept {
+    ControllerValues values{};
+    for (std::size_t index = 0; index < values.size(); ++index) {
+        const std::uint64_t phase = step + index * kLag;
+        if (index >= kControllerButtons)
+            values[index] = 2 * triangle(phase % kAxisCycle, kAxisCycle) - kFullValue;
+        else if (const std::uint64_t position = phase % kButtonCycle; position < kButtonCycle / 2)
+            values[index] = triangle(position, kButtonCycle / 2);
     }
+    return values;
+}
+
+Report controllerStateReport(std::uint8_t kind, unsigned part, const ControllerValues& values) noexcept {
+    constexpr std::size_t kValuesPerPart = 15;
+    Report report{kind, 0x00, 0xAC, static_cast<std::uint8_t>(part)};
+    const std::size_t begin = part * kValuesPerPart;
+    for (std::size_t index = 0; index < kValuesPerPart && begin + index < values.size(); ++index)
+        putValue(report, 4 + 4 * index, values[begin + index]);
     return report;
 }
 

@@ -33,6 +33,10 @@ public:
     /// Returns null, or what is wrong with it (a text of static storage). A frame counts as corrupt once,
     /// whatever is wrong in it.
     const char* takePacket(std::span<const std::uint8_t, 64> packet, std::int64_t nowNs) noexcept;
+    /// Whether the last packet taken was the last one of a whole frame; lastFrame() is that frame, until the
+    /// next packet.
+    bool frameIsWhole() const noexcept { return state == State::idle && frameBytes > 0; }
+    std::span<const std::uint8_t> lastFrame() const noexcept { return std::span(frame).first(frameBytes); }
     /// Forgets a frame that is half here, uncounted: its sender was cut off.
     void dropPartialFrame() noexcept;
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 namespace Vantor::simulator {
 
@@ -38,11 +39,24 @@ void writeState(ScriptState& s, std::uint32_t address, const ComboState& state) 
                        state.waitMs);
 }
 
+/// Forgets the `call` that the combo is suspended in. The called combo's state address; nullopt without a
+/// call.
+std::optional<std::uint32_t> takeCall(ScriptState& s, std::uint32_t caller) {
+    const auto call = std::find_if(s.comboCalls.begin(), s.comboCalls.end(),
+                                   [caller](const ComboCall& each) { return each.caller == caller; });
+    if (call == s.comboCalls.end()) {
+        return std::nullopt;
+    }
+    const std::uint32_t called = call->called;
+    *call = s.comboCalls.back();
+    s.comboCalls.pop_back();
+    return called;
+}
+
 /// Ends the `call` that the combo is suspended in, if any: the called combo stops, and what that one called.
 void endCalls(ScriptState& s, std::uint32_t caller) {
-    for (auto it = s.comboCalls.find(caller); it != s.comboCalls.end(); it = s.comboCalls.find(caller)) {
-        caller = it->second;
-        s.comboCalls.erase(it);
+    while (const auto called = takeCall(s, caller)) {
+        caller = *called;
         writeState(s, caller, {});
     }
 }
@@ -159,7 +173,8 @@ void callCombo(ScriptState& s, const ScriptInstruction& i) {
     if (readState(s, caller).phase == ComboPhase::Running) {
         comboRestart(s, i);
         if (readState(s, caller).phase == ComboPhase::Running) {
-            s.comboCalls[caller] = s.variableAddress(i.operands[0]);
+            takeCall(s, caller);
+            s.comboCalls.push_back({.caller = caller, .called = s.variableAddress(i.operands[0])});
         }
     }
     suspend(s, i.next, 0, i.operands[1]);
@@ -172,7 +187,7 @@ void awaitCombo(ScriptState& s, const ScriptInstruction& i) {
         return;
     }
     if (readState(s, called).phase == ComboPhase::Stopped) {
-        s.comboCalls.erase(caller);
+        takeCall(s, caller);
         return;
     }
     suspend(s, i.address, 0, i.operands[2]);

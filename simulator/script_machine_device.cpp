@@ -27,8 +27,9 @@ void ScriptDevice::beginTick() {
 }
 
 void ScriptDevice::request(ScriptRequest wanted) {
-    if (requests.size() == kRequestLimit) {
-        requests.erase(requests.begin());
+    // Half of them at a time, or a script that asks without end would move them all for each.
+    if (requests.size() == 2 * kRequestLimit) {
+        requests.erase(requests.begin(), requests.begin() + kRequestLimit);
     }
     requests.push_back(std::move(wanted));
 }

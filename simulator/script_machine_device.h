@@ -64,7 +64,7 @@ struct ScriptDevice {
     std::int32_t slot = 0; ///< the memory slot that the script runs from
     std::array<bool, kScriptSlotCount + 1> occupiedSlots{};
 
-    /// In the order of the script's calls; the newest kRequestLimit of them.
+    /// In the order of the script's calls; at least the newest kRequestLimit of them, at most twice as many.
     std::vector<ScriptRequest> requests;
     std::string text; ///< printed and not yet taken
 

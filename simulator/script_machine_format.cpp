@@ -33,72 +33,78 @@ std::size_t directiveLength(std::string_view text) {
 }
 
 template<typename Value>
-std::string apply(const std::string& directive, Value value) {
-    std::array<char, 512> text{};
+void apply(const std::string& directive, Value value, std::string& text) {
+    std::array<char, 512> buffer{};
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
     // Safe: the directive is one of ours, its conversion fits the value, and widths have two digits.
-    const int length = std::snprintf(text.data(), text.size(), directive.c_str(), value);
+    const int length = std::snprintf(buffer.data(), buffer.size(), directive.c_str(), value);
 #pragma GCC diagnostic pop
-    return length < 0 ? std::string()
-                      : std::string(text.data(),
-                                    std::min<std::size_t>(text.size() - 1, static_cast<std::size_t>(length)));
+    if (length > 0)
+        text.append(buffer.data(),
+                    std::min<std::size_t>(buffer.size() - 1, static_cast<std::size_t>(length)));
 }
 
-std::string convert(ScriptMemory& memory, const std::string& directive, std::uint32_t argument) {
+void convert(ScriptMemory& memory, const std::string& directive, std::uint32_t argument, std::string& text) {
     switch (directive.back()) {
     case 'd':
     case 'i':
-        return apply(directive, static_cast<std::int32_t>(argument));
+        apply(directive, static_cast<std::int32_t>(argument), text);
+        break;
     case 'f':
-        return apply(directive, arithmetic::doubleFromFixed(argument));
-    case 's':
+        apply(directive, arithmetic::doubleFromFixed(argument), text);
+        break;
+    case 's': {
         // Only a padded or cut text goes through the limited buffer.
-        return directive.size() == 2 ? readText(memory, argument)
-                                     : apply(directive, readText(memory, argument).c_str());
+        const std::string_view inserted = readText(memory, argument);
+        if (directive.size() == 2)
+            text += inserted;
+        else
+            apply(directive, inserted.empty() ? "" : inserted.data(), text);
+        break;
+    }
     case 'c':
-        return apply(directive, static_cast<int>(static_cast<unsigned char>(argument)));
+        apply(directive, static_cast<int>(static_cast<unsigned char>(argument)), text);
+        break;
     default:
-        return apply(directive, argument);
+        apply(directive, argument, text);
+        break;
     }
 }
 
 } // namespace
 
-std::string readText(ScriptMemory& memory, std::uint32_t address) {
-    const auto bytes = memory.bytes();
-    const std::uint32_t start = std::min<std::uint32_t>(address, kScriptMemoryBytes);
-    const auto end = std::find(bytes.begin() + start, bytes.end(), std::uint8_t{0});
+std::string_view readText(ScriptMemory& memory, std::uint32_t address) {
+    const auto bytes = memory.bytes().subspan(std::min<std::uint32_t>(address, kScriptMemoryBytes));
+    const auto end = std::find(bytes.begin(), bytes.end(), std::uint8_t{0});
     if (end == bytes.end()) {
         memory.fail("a text without an end");
         return {};
     }
-    return {bytes.begin() + start, end};
+    return {reinterpret_cast<const char*>(bytes.data()), static_cast<std::size_t>(end - bytes.begin())};
 }
 
-std::string formatText(ScriptMemory& memory, std::string_view format,
-                       std::span<const std::uint32_t> arguments) {
-    std::string result;
+void formatText(ScriptMemory& memory, std::string_view format, std::span<const std::uint32_t> arguments,
+                std::string& text) {
     std::size_t used = 0;
     while (!format.empty()) {
         const std::size_t length = format[0] == '%' ? directiveLength(format) : 0;
         if (length == 0) {
             const std::size_t plain = std::min(format.find('%', 1), format.size());
-            result += format.substr(0, plain);
+            text += format.substr(0, plain);
             format.remove_prefix(plain);
             continue;
         }
-        const std::string directive(format.substr(0, length));
+        const std::string directive(format.substr(0, length)); // short enough to need no memory
         if (directive.back() == '%') {
-            result += '%';
+            text += '%';
         } else if (used < arguments.size()) {
-            result += convert(memory, directive, arguments[used++]);
+            convert(memory, directive, arguments[used++], text);
         } else {
-            result += directive;
+            text += directive;
         }
         format.remove_prefix(length);
     }
-    return result;
 }
 
 } // namespace Vantor::simulator

@@ -171,8 +171,8 @@ void print(ScriptState& s, const ScriptInstruction& i) {
     for (std::size_t k = count; k-- > 0;) {
         arguments[k] = s.pop();
     }
-    const std::string format = readText(s.memory, bits(i.operands[0]));
-    s.device.text += formatText(s.memory, format, std::span(arguments).first(count));
+    const std::string_view format = readText(s.memory, bits(i.operands[0]));
+    formatText(s.memory, format, std::span(arguments).first(count), s.device.text);
     if (s.device.text.size() > ScriptDevice::kTextLimitBytes) {
         s.fail("printed more than 64 KB that nobody took");
     }

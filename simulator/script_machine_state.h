@@ -9,8 +9,8 @@
 #include "simulator/script_machine_memory.h"
 
 #include <cstdint>
-#include <map>
 #include <span>
+#include <vector>
 
 namespace Vantor::simulator {
 
@@ -19,6 +19,12 @@ struct ActiveCombo {
     std::uint32_t stateAddress = 0;
     std::uint32_t waitTable = 0;
     bool active = false;
+};
+
+/// State addresses of a combo that is suspended in a call, and of the combo that it called.
+struct ComboCall {
+    std::uint32_t caller = 0;
+    std::uint32_t called = 0;
 };
 
 struct ScriptState {
@@ -33,8 +39,7 @@ struct ScriptState {
     std::uint64_t random = 1;
     bool sectionEnded = false; ///< end_init or end_main was executed
     ActiveCombo combo;
-    std::map<std::uint32_t, std::uint32_t>
-        comboCalls; ///< state addresses: caller suspended in a call -> called
+    std::vector<ComboCall> comboCalls; ///< each caller at most once
 
     void fail(std::string reason) { memory.fail(std::move(reason)); }
     void push(std::uint32_t value) { memory.push(value); }

@@ -79,6 +79,28 @@ int virtual_adapter_set_rates(int adapter, unsigned inputHz, unsigned stateHz) {
     return VirtualBus::instance().setRates(adapter, inputHz, stateHz);
 }
 
+int virtual_adapter_set_slot_file(int adapter, int slot, virtual_adapter_slot_part part,
+                                  const unsigned char* bytes, size_t length) {
+    return VirtualBus::instance().setSlotFile(adapter, slot, part, bytes, length);
+}
+
+int virtual_adapter_load_slot(int adapter, int slot) {
+    return VirtualBus::instance().loadSlot(adapter, slot);
+}
+
+int virtual_adapter_set_output_protocol(int adapter, unsigned char protocol) {
+    return VirtualBus::instance().setOutputProtocol(adapter, protocol);
+}
+
+int virtual_adapter_slot_file(int adapter, int slot, virtual_adapter_slot_part part, unsigned char* bytes,
+                              size_t capacity) {
+    return VirtualBus::instance().slotFile(adapter, slot, part, bytes, capacity);
+}
+
+int virtual_adapter_script_error(int adapter, char* text, size_t capacity) {
+    return VirtualBus::instance().scriptError(adapter, text, capacity);
+}
+
 uint64_t virtual_adapter_captured_count(int adapter) {
     return VirtualBus::instance().capturedCount(adapter);
 }

@@ -101,6 +101,33 @@ VIRTUAL_ADAPTER_API uint64_t virtual_adapter_captured_count(int adapter);
 VIRTUAL_ADAPTER_API int virtual_adapter_captured(int adapter, uint64_t index, unsigned char* report,
                                                  size_t capacity, int64_t* time_ns);
 
+/* ---- Memory slots ---- */
+
+#define VIRTUAL_ADAPTER_SLOTS 9
+enum virtual_adapter_slot_part { VIRTUAL_ADAPTER_SCRIPT, VIRTUAL_ADAPTER_TRANSLATOR };
+
+/* What a person does at the adapter itself; a host is told of all of it by status reports. -1 when unplugged.
+ */
+
+/* Puts a file into slot 1..9 as a transfer does (a script of 7 to 8192 bytes with its entry header, a
+ * translator of 1 to 254), or with `length` 0 takes away what is there. -1 when the slot could not hold it.
+ */
+VIRTUAL_ADAPTER_API int virtual_adapter_set_slot_file(int adapter, int slot,
+                                                      enum virtual_adapter_slot_part part,
+                                                      const unsigned char* bytes, size_t length);
+/* Loads slot 1..9 and starts its script. -1 when the slot holds nothing: what was loaded stays, and is
+ * reported, as it is on the host's command. */
+VIRTUAL_ADAPTER_API int virtual_adapter_load_slot(int adapter, int slot);
+VIRTUAL_ADAPTER_API int virtual_adapter_set_output_protocol(int adapter, unsigned char protocol);
+
+/* Copies the file in slot 1..9, at most `capacity` bytes. Returns its length, 0 when there is none, or -1.
+ * Works for an unplugged adapter too, as does the next. */
+VIRTUAL_ADAPTER_API int virtual_adapter_slot_file(int adapter, int slot, enum virtual_adapter_slot_part part,
+                                                  unsigned char* bytes, size_t capacity);
+/* Why the loaded script was stopped or could not be started, zero-terminated. Returns the text's length, 0
+ * while all is well, or -1. */
+VIRTUAL_ADAPTER_API int virtual_adapter_script_error(int adapter, char* text, size_t capacity);
+
 /* ---- Counts ---- */
 
 /* Counts since the adapter was added. New fields are only ever appended. */
@@ -117,8 +144,8 @@ struct virtual_adapter_statistics {
     uint64_t reports_dropped; /* from the queue of a handle that has been read from */
     uint64_t stalled;         /* calls that are being stalled now */
 
-    uint64_t errors; /* reports that break the protocol; see virtual_adapter_error_text() */
-    uint64_t other_commands;
+    uint64_t errors;          /* reports that break the protocol; see virtual_adapter_error_text() */
+    uint64_t other_commands;  /* packets of slots, protocol, transfers and capture, good or bad */
     uint64_t initialisations; /* complete sequences of five packets */
     uint64_t closing_packets;
     uint64_t stop_packets;
@@ -140,6 +167,32 @@ struct virtual_adapter_statistics {
     uint64_t latency_p50_ns;
     uint64_t latency_p99_ns;
     uint64_t latency_max_ns;
+
+    uint64_t script_transfers; /* complete, checked and kept */
+    uint64_t translator_transfers;
+    uint64_t transfers_failed;    /* dropped because they broke a rule */
+    uint64_t transfers_abandoned; /* another one began, or the power went, before their end */
+    uint64_t slot_loads;
+    uint64_t slot_loads_refused; /* of slots that hold nothing */
+    uint64_t clears;             /* by command */
+    uint64_t protocol_changes;   /* by command or at the adapter */
+    uint64_t listings_sent;
+    uint64_t loaded_slot; /* now; 0 for none */
+    uint64_t output_protocol;
+    uint64_t script_bytes[VIRTUAL_ADAPTER_SLOTS]; /* now; 0 for none; slot 1 first */
+    uint64_t translator_bytes[VIRTUAL_ADAPTER_SLOTS];
+    uint64_t script_running;  /* 1 while the loaded slot's script runs */
+    uint64_t script_ticks;    /* one for each state of first byte 0x14 while a script runs */
+    uint64_t script_failures; /* scripts that had to be stopped, or could not be started */
+
+    uint64_t capture_starts;  /* complete start streams */
+    uint64_t capture_devices; /* declared by the last one: 1 keyboard, 2 mouse, 4 controller */
+    uint64_t capture_packets;
+    uint64_t capture_neutral_packets;
+    uint64_t capture_keyboard_packets;   /* in which a key is held */
+    uint64_t capture_mouse_packets;      /* with motion, wheel or a button */
+    uint64_t capture_controller_packets; /* whose controller part is not the neutral one */
+    unsigned char capture_last_packet[64];
 };
 
 /* Returns 0, or -1 (`size` 0 included). */
@@ -176,6 +229,19 @@ enum virtual_adapter_counter {
     VIRTUAL_ADAPTER_COUNT_INPUT_STATES,
     VIRTUAL_ADAPTER_COUNT_REPORT_STATES,
     VIRTUAL_ADAPTER_COUNT_FRAMES_INTACT,
+    VIRTUAL_ADAPTER_COUNT_ERRORS,
+    VIRTUAL_ADAPTER_COUNT_SCRIPT_TRANSFERS,
+    VIRTUAL_ADAPTER_COUNT_TRANSLATOR_TRANSFERS,
+    VIRTUAL_ADAPTER_COUNT_SLOT_LOADS,
+    VIRTUAL_ADAPTER_COUNT_SLOT_LOADS_REFUSED,
+    VIRTUAL_ADAPTER_COUNT_CLEARS,
+    VIRTUAL_ADAPTER_COUNT_PROTOCOL_CHANGES,
+    VIRTUAL_ADAPTER_COUNT_LISTINGS_SENT,
+    VIRTUAL_ADAPTER_COUNT_SCRIPT_TICKS,
+    VIRTUAL_ADAPTER_COUNT_SCRIPT_FAILURES,
+    VIRTUAL_ADAPTER_COUNT_CAPTURE_STARTS,
+    VIRTUAL_ADAPTER_COUNT_CAPTURE_PACKETS,
+    VIRTUAL_ADAPTER_COUNT_CAPTURE_NEUTRAL_PACKETS,
     VIRTUAL_ADAPTER_COUNTERS
 };
 /* Waits until that count is at least `at_least`. 1: it is; 0: not within `timeout_ms`; -1: no such adapter or

@@ -133,6 +133,13 @@ public:
     int release(int adapter);
     int inject(int adapter, const unsigned char* report, std::size_t length);
     int setRates(int adapter, unsigned inputHz, unsigned reportHz);
+    int setSlotFile(int adapter, int slot, virtual_adapter_slot_part part, const unsigned char* bytes,
+                    std::size_t length);
+    int loadSlot(int adapter, int slot);
+    int setOutputProtocol(int adapter, unsigned char protocol);
+    int slotFile(int adapter, int slot, virtual_adapter_slot_part part, unsigned char* bytes,
+                 std::size_t capacity);
+    int scriptError(int adapter, char* text, std::size_t capacity);
     std::uint64_t capturedCount(int adapter);
     int captured(int adapter, std::uint64_t index, unsigned char* report, std::size_t capacity,
                  std::int64_t* timeNs);
@@ -157,6 +164,10 @@ private:
     int waitForReport(Lock& lock, hid_device* handle, unsigned char* data, std::size_t length,
                       int milliseconds);
     static void cutPower(VirtualAdapter& adapter);
+    /// Applies `change(model, now)` at the adapter; its result, or false when there is no such plugged
+    /// adapter.
+    template<class Change>
+    bool changeAtAdapter(int adapter, const Change& change);
     static void fillModelCounts(const VirtualAdapter& adapter, virtual_adapter_statistics& statistics);
     static hid_device_info* describe(const VirtualAdapter& adapter);
     static void freeDescription(hid_device_info* info);

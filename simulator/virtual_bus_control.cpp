@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
+#include <string_view>
 
 namespace Vantor::simulator {
 
@@ -35,8 +37,40 @@ constexpr std::array kCounters{
     &virtual_adapter_statistics::input_states_sent,
     &virtual_adapter_statistics::report_states_sent,
     &virtual_adapter_statistics::frames_intact,
+    &virtual_adapter_statistics::errors,
+    &virtual_adapter_statistics::script_transfers,
+    &virtual_adapter_statistics::translator_transfers,
+    &virtual_adapter_statistics::slot_loads,
+    &virtual_adapter_statistics::slot_loads_refused,
+    &virtual_adapter_statistics::clears,
+    &virtual_adapter_statistics::protocol_changes,
+    &virtual_adapter_statistics::listings_sent,
+    &virtual_adapter_statistics::script_ticks,
+    &virtual_adapter_statistics::script_failures,
+    &virtual_adapter_statistics::capture_starts,
+    &virtual_adapter_statistics::capture_packets,
+    &virtual_adapter_statistics::capture_neutral_packets,
 };
 static_assert(kCounters.size() == VIRTUAL_ADAPTER_COUNTERS);
+
+// A slot number that any check refuses stands for one that is negative.
+unsigned slotNumber(int slot) {
+    return slot < 0 ? 0U : static_cast<unsigned>(slot);
+}
+
+std::optional<SlotPart> slotPart(virtual_adapter_slot_part part) {
+    if (part == VIRTUAL_ADAPTER_SCRIPT)
+        return SlotPart::script;
+    return part == VIRTUAL_ADAPTER_TRANSLATOR ? std::optional(SlotPart::translator) : std::nullopt;
+}
+
+// Zero-terminated, cut to what fits. Returns the whole text's length.
+int copyText(std::string_view from, char* text, std::size_t capacity) {
+    const std::size_t length = std::min(from.size(), capacity - 1);
+    std::copy_n(from.begin(), length, text);
+    text[length] = '\0';
+    return static_cast<int>(from.size());
+}
 
 } // namespace
 
@@ -177,7 +211,67 @@ int VirtualBus::setRates(int adapter, unsigned inputHz, unsigned reportHz) {
     return 0;
 }
 
+template<class Change>
+bool VirtualBus::changeAtAdapter(int adapter, const Change& change) {
+    const Lock lock(mutex);
+    const auto found = find(adapter);
+    if (!found || !found->plugged)
+        return false;
+    const std::int64_t now = nowNs();
+    advance(*found, now);
+    const bool done = change(found->model, now);
+    advance(*found, now);
+    changed.notify_all();
+    return done;
+}
+
+int VirtualBus::setSlotFile(int adapter, int slot, virtual_adapter_slot_part part, const unsigned char* bytes,
+                            std::size_t length) {
+    const auto wanted = slotPart(part);
+    if (!wanted || (bytes == nullptr && length > 0))
+        return -1;
+    const auto change = [&](AdapterModel& model, std::int64_t now) {
+        return model.setSlotFile(slotNumber(slot), *wanted, std::span(bytes, length), now);
+    };
+    return changeAtAdapter(adapter, change) ? 0 : -1;
+}
+
+int VirtualBus::loadSlot(int adapter, int slot) {
+    const auto change = [&](AdapterModel& model, std::int64_t now) {
+        return model.loadSlot(slotNumber(slot), now);
+    };
+    return changeAtAdapter(adapter, change) ? 0 : -1;
+}
+
+int VirtualBus::setOutputProtocol(int adapter, unsigned char protocol) {
+    const auto change = [&](AdapterModel& model, std::int64_t) {
+        model.setOutputProtocol(protocol);
+        return true;
+    };
+    return changeAtAdapter(adapter, change) ? 0 : -1;
+}
+
 // ---- Observation ----
+
+int VirtualBus::slotFile(int adapter, int slot, virtual_adapter_slot_part part, unsigned char* bytes,
+                         std::size_t capacity) {
+    const Lock lock(mutex);
+    const auto found = find(adapter);
+    const auto wanted = slotPart(part);
+    if (!found || !wanted || slot < 1 || slot > VIRTUAL_ADAPTER_SLOTS || (bytes == nullptr && capacity > 0))
+        return -1;
+    const auto file = found->model.memorySlots().file(slotNumber(slot), *wanted);
+    std::copy_n(file.begin(), std::min(file.size(), capacity), bytes);
+    return static_cast<int>(file.size());
+}
+
+int VirtualBus::scriptError(int adapter, char* text, std::size_t capacity) {
+    const Lock lock(mutex);
+    const auto found = find(adapter);
+    if (!found || text == nullptr || capacity == 0)
+        return -1;
+    return copyText(found->model.script().error(), text, capacity);
+}
 
 std::uint64_t VirtualBus::capturedCount(int adapter) {
     const Lock lock(mutex);
@@ -200,6 +294,43 @@ int VirtualBus::captured(int adapter, std::uint64_t index, unsigned char* report
     return wanted.length;
 }
 
+namespace {
+
+void fillSlotCounts(const AdapterModel& model, virtual_adapter_statistics& statistics) {
+    const AdapterStatistics& counts = model.statistics();
+    statistics.script_transfers = counts.scriptTransfers;
+    statistics.translator_transfers = counts.translatorTransfers;
+    statistics.transfers_failed = counts.transfersFailed;
+    statistics.transfers_abandoned = counts.transfersAbandoned;
+    statistics.slot_loads = counts.slotLoads;
+    statistics.slot_loads_refused = counts.slotLoadsRefused;
+    statistics.clears = counts.clears;
+    statistics.protocol_changes = counts.protocolChanges;
+    statistics.listings_sent = counts.listings;
+    statistics.loaded_slot = model.loadedSlot();
+    statistics.output_protocol = model.outputProtocol();
+    for (unsigned slot = 1; slot <= VIRTUAL_ADAPTER_SLOTS; ++slot) {
+        statistics.script_bytes[slot - 1] = model.memorySlots().file(slot, SlotPart::script).size();
+        statistics.translator_bytes[slot - 1] = model.memorySlots().file(slot, SlotPart::translator).size();
+    }
+    statistics.script_running = model.script().isRunning() ? 1 : 0;
+    statistics.script_ticks = model.script().ticks();
+    statistics.script_failures = model.script().failures();
+}
+
+void fillCaptureCounts(const CaptureStatistics& capture, virtual_adapter_statistics& statistics) {
+    statistics.capture_starts = capture.starts;
+    statistics.capture_devices = capture.devices;
+    statistics.capture_packets = capture.packets;
+    statistics.capture_neutral_packets = capture.neutralPackets;
+    statistics.capture_keyboard_packets = capture.keyboardPackets;
+    statistics.capture_mouse_packets = capture.mousePackets;
+    statistics.capture_controller_packets = capture.controllerPackets;
+    std::copy(capture.lastPacket.begin(), capture.lastPacket.end(), statistics.capture_last_packet);
+}
+
+} // namespace
+
 void VirtualBus::fillModelCounts(const VirtualAdapter& adapter, virtual_adapter_statistics& statistics) {
     const AdapterStatistics& model = adapter.model.statistics();
     statistics.errors = model.errors;
@@ -219,6 +350,8 @@ void VirtualBus::fillModelCounts(const VirtualAdapter& adapter, virtual_adapter_
     statistics.frames_foreign = frames.foreign;
     statistics.first_sequence = frames.firstSequence;
     statistics.last_sequence = frames.lastSequence;
+    fillSlotCounts(adapter.model, statistics);
+    fillCaptureCounts(adapter.model.captureStatistics(), statistics);
 }
 
 int VirtualBus::statistics(int adapter, virtual_adapter_statistics& statistics) {
@@ -245,10 +378,7 @@ int VirtualBus::errorTextOf(int adapter, unsigned index, char* text, std::size_t
     const std::string_view wanted = found->model.errorText(index);
     if (wanted.empty())
         return -1;
-    const std::size_t length = std::min(wanted.size(), capacity - 1);
-    std::copy_n(wanted.begin(), length, text);
-    text[length] = '\0';
-    return static_cast<int>(wanted.size());
+    return copyText(wanted, text, capacity);
 }
 
 int VirtualBus::libraryStatistics(virtual_adapter_library_statistics& statistics) {

@@ -1,6 +1,5 @@
-#include "simulator/adapter_model.h"
 #include "simulator/test_frame.h"
-#include "tests/support/bytes.h"
+#include "tests/simulator/adapter_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -12,25 +11,7 @@
 namespace {
 
 using namespace Vantor::simulator;
-using Vantor::test::bytes;
-using Bytes = std::vector<std::uint8_t>;
-constexpr std::int64_t kMsNs = 1'000'000;
-
-const char* const kInitialisation[] = {
-    "00 01 00*14 3C 00*27 C7 1A 0E C0 97 01 00*3 06 00*11",
-    "00 02 00*3 ED 00*10 50 C8 01 8C B7 01 00*10 50 C8 01 8C B7 01 00*2 08 7E B5 FD F7 7F 00*2 06 00*15 50",
-    "00 03 00*3 ED 00*10 50 C8 01 8C B7 01 00*3 02 00*6 50 C8 01 8C B7 01 00*2 08 7E B5 FD F7 7F 00*2 06 "
-    "00*15 50",
-    "00 05 00*3 ED 00*2 65 00*7 65 00*8 65 00*7 50 C8 01 8C B7 01 00*2 D1 80 B5 FD F7 7F 00*2 D0 EE CD FD F7 "
-    "7F "
-    "00*10",
-    "00 F0 00*3 ED 00*2 01 00*7 01 00*16 50 C8 01 8C B7 01 00*2 D1 80 B5 FD F7 7F 00*2 D4 EE CE FD F7 7F "
-    "00*10",
-};
-const char* const kClosing =
-    "00 F1 00*3 01 01 00 0D 95 13 66 AE BD 00*10 6E 59 4B 46 FD 7F 00*9 80 00*17 0D 00*7";
-const char* const kStop =
-    "00 F1 00*3 01 01 00 0D 95 13 66 AE BD 00*10 6E 59 4B 46 FD 7F 00*8 80 00*18 0D 00*7";
+using namespace Vantor::test;
 
 /// The reports, id first, that carry a test frame of `size` bytes.
 std::vector<Bytes> frameReports(std::uint64_t sequence, std::size_t size, std::uint64_t stampNs = 1) {
@@ -49,41 +30,20 @@ std::vector<Bytes> frameReports(std::uint64_t sequence, std::size_t size, std::u
     return reports;
 }
 
-class Model : public testing::Test {
+class Model : public AdapterTest {
 protected:
-    void send(const Bytes& report) { model.receiveWithId(report, now); }
-    void send(const std::vector<Bytes>& reports) {
-        for (const Bytes& report : reports)
-            send(report);
-    }
     void sendFrames(std::initializer_list<std::uint64_t> sequences) {
         for (const std::uint64_t sequence : sequences)
             send(frameReports(sequence, 100));
     }
-    void initialise() {
-        for (const char* packet : kInitialisation)
-            send(bytes(packet));
-    }
-    std::vector<Report> drain() {
-        std::vector<Report> reports;
-        for (Report report; model.nextInputReport(now, report);)
-            reports.push_back(report);
-        return reports;
-    }
     const FrameStatistics& frames() const { return model.frames().statistics(); }
-    const AdapterStatistics& counts() const { return model.statistics(); }
-
-    AdapterModel model;
-    std::int64_t now = 1000 * kMsNs;
 };
 
 TEST_F(Model, AnswersTheInitialisationAndThenStreams) {
     initialise();
     EXPECT_EQ(counts().errors, 0U) << model.errorText(0);
     EXPECT_EQ(counts().initialisations, 1U);
-    std::vector<Bytes> heads;
-    for (const Report& report : drain())
-        heads.emplace_back(report.begin(), report.begin() + 5);
+    const std::vector<Bytes> heads = drainHeads();
     ASSERT_GE(heads.size(), 5U);
     EXPECT_EQ(heads.front(), bytes("01 00 22 00 01"));
     EXPECT_EQ(heads[1], bytes("02 02 00 00 03"));
@@ -194,14 +154,6 @@ TEST_F(Model, SaysWhatIsWrongWithAReport) {
         send(bytes("00 77", 65));
     EXPECT_EQ(counts().errors, 1008U);
     EXPECT_EQ(model.errorText(8), "");
-}
-
-TEST_F(Model, KnownCommandsAreNoErrors) {
-    for (const char* command :
-         {"00 A0 00 02", "00 40", "00 41", "00 30", "00 31", "00 51", "00 52", "00 02 00 03"})
-        send(bytes(command, 65));
-    EXPECT_EQ(counts().otherCommands, 8U);
-    EXPECT_EQ(counts().errors, 0U);
 }
 
 TEST_F(Model, TakesFramesOfEverySize) {

@@ -226,7 +226,10 @@ TEST_F(VirtualHidapi, ServesReadersWritersAndUnpluggingAtOnce) {
     std::vector<std::thread> threads;
     threads.push_back(untilDone(readOnce));
     threads.push_back(untilDone(readOnce));
-    threads.push_back(untilDone([](hid_device* handle) { return writeByte(handle, 0xA0); }));
+    threads.push_back(untilDone([](hid_device* handle) {
+        const std::array<unsigned char, 65> frame{0x00, 0x60, 0x00, 60};
+        return hid_write(handle, frame.data(), frame.size());
+    }));
     for (int round = 1; round <= 20; ++round) {
         const std::uint64_t writes = statistics().writes;
         EXPECT_EQ(virtual_adapter_wait(adapter, VIRTUAL_ADAPTER_COUNT_WRITES, writes + 50, kPatienceMs), 1);

@@ -6,6 +6,13 @@
 
 namespace Vantor {
 
+namespace {
+
+/// More than readable text needs, because slots and banners are tinted behind their labels.
+constexpr double kLabelContrast = 1.2 * kTextContrast;
+
+} // namespace
+
 ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent) {
     setTextFormat(Qt::PlainText); // the adapter's names are foreign text
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
@@ -49,7 +56,8 @@ void ElidedLabel::paintEvent(QPaintEvent* /*event*/) {
     QStylePainter painter(this);
     const QRect area = contentsRect();
     const QString shown = isCut() ? fontMetrics().elidedText(text(), Qt::ElideRight, area.width()) : text();
-    painter.setPen(isEnabled() ? toneOn(palette(), tone) : palette().color(QPalette::WindowText));
+    painter.setPen(isEnabled() ? toneOn(palette(), tone, QPalette::Window, kLabelContrast)
+                               : palette().color(QPalette::WindowText));
     painter.drawText(area, static_cast<int>(alignment()) | Qt::TextSingleLine, shown);
 }
 

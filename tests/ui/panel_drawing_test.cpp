@@ -52,7 +52,7 @@ protected:
     }
     /// Columns of the picture in which anything of this colour is drawn.
     int columnsOf(const QColor& colour) {
-        const QImage image = plot.grab().toImage();
+        const QImage image = plot.grab().toImage().scaled(plot.size()); // whatever the screen's scale
         const int header = plot.fontMetrics().height() + 3;
         int columns = 0;
         for (int x = 2; x < image.width() - 2; ++x) {

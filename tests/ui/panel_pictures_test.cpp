@@ -7,6 +7,7 @@
 #include "ui/transfer_view.h"
 
 #include <QDir>
+#include <QMessageBox>
 #include <QScrollArea>
 
 #include <chrono>
@@ -67,9 +68,12 @@ protected:
         const auto* const scroll = panel.findChild<QScrollArea*>();
         EXPECT_LE(scroll->widget()->width(), scroll->viewport()->width())
             << qPrintable(name) << ": cut off on the right";
+        save(panel, name);
+    }
+    static void save(QWidget& widget, const QString& name) {
         const QString folder = qEnvironmentVariable("FERRYLINK_PICTURES");
         if (!folder.isEmpty()) {
-            EXPECT_TRUE(panel.grab().save(QDir(folder).filePath(name + QStringLiteral(".png"))));
+            EXPECT_TRUE(widget.grab().save(QDir(folder).filePath(name + QStringLiteral(".png"))));
         }
     }
 };
@@ -129,6 +133,38 @@ TEST_F(PanelPictures, FitsEveryWidthInEveryState) {
             }
         }
         QApplication::setPalette(light);
+    }
+}
+
+TEST_F(PanelPictures, FitsLargeFonts) {
+    QFont font = QApplication::font();
+    const QFont before = font;
+    font.setPointSizeF(font.pointSizeF() * 1.6);
+    QApplication::setFont(font);
+    {
+        PluginRunController other;
+        FerryLinkWidget large(&other);
+        large.setDevices({adapter(QStringLiteral("/dev/a"), QStringLiteral("A"))}, {});
+        large.resize(340, 1400);
+        large.show();
+        for (int i = 0; i < 5; ++i)
+            QApplication::processEvents();
+        const auto* const scroll = large.findChild<QScrollArea*>();
+        EXPECT_LE(scroll->widget()->width(), scroll->viewport()->width());
+        save(large, QStringLiteral("large-font"));
+    }
+    QApplication::setFont(before);
+}
+
+TEST_F(PanelPictures, ShowsWarnings) {
+    connectAdapter();
+    panel.showWarningBox(QStringLiteral("GPC Compilation Failed"),
+                         QStringLiteral("Line 12, column 5: unknown name 'recoil_step'"));
+    panel.showWarningBox(QStringLiteral("GPC Bytecode"),
+                         QStringLiteral("Failed to load aim.gbc into slot 3."));
+    for (QMessageBox* const box : panel.findChildren<QMessageBox*>()) {
+        EXPECT_TRUE(box->isVisible());
+        save(*box, box->windowTitle());
     }
 }
 

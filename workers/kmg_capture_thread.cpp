@@ -60,7 +60,6 @@ KMGCaptureThread::KMGCaptureThread(QObject* parent) : QThread(parent) {}
 
 KMGCaptureThread::~KMGCaptureThread() {
     stop();
-    wait(); // a run that ended by itself may still be on its way out
 }
 
 void KMGCaptureThread::setMemoryBlocks(const QList<MemoryBlockInfo>& blocks) {
@@ -94,8 +93,10 @@ void KMGCaptureThread::prepareStart() {
 }
 
 void KMGCaptureThread::stop() {
-    if (!runState.isUnderWay(QThread::isRunning()))
+    if (!runState.isUnderWay(QThread::isRunning())) {
+        wait(); // a run that has just ended by itself has then said all it has to say
         return;
+    }
     runState.requestStop();
     stopEvent.set();
     wait();
@@ -121,13 +122,14 @@ void KMGCaptureThread::run() {
         error = kUnexpected;
     }
     endCapture();
+    const bool endsByItself = !runState.stopRequested();
+    endPosted = endsByItself;
+    runState.end();
+    // Only now: whoever hears of the end may begin the next run at once.
     if (error != nullptr)
         postTo(this, [this, error] { emit captureError(tr(error)); });
-    if (!runState.stopRequested()) {
-        endPosted = true;
+    if (endsByItself)
         postTo(this, [this] { emit captureStopped(); });
-    }
-    runState.end();
 }
 
 const char* KMGCaptureThread::captureUntilStopped() {
@@ -201,7 +203,6 @@ void KMGCaptureThread::adoptPresentState() noexcept {
 }
 
 void KMGCaptureThread::announceStart() {
-    postTo(this, [this] { emit captureStarted(); });
     QStringList names;
     for (std::size_t i = 0; i < kKmgDevices; ++i) {
         if (capture[i])
@@ -209,6 +210,7 @@ void KMGCaptureThread::announceStart() {
     }
     LoggingService::instance().info(captureLogSource(),
                                     QStringLiteral("Capturing %1").arg(names.join(QStringLiteral(", "))));
+    postTo(this, [this] { emit captureStarted(); });
 }
 
 const char* KMGCaptureThread::forwardUntilStopped() {

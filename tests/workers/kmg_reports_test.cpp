@@ -59,7 +59,7 @@ TEST(KmgStart, CarriesTheDescriptorsOfWhatIsCaptured) {
         const KmgStartStream built = makeKmgStartStream(expected.capture);
         ASSERT_EQ(kmgStartReportCount(built), expected.reports) << stream.size();
         for (std::size_t i = 0; i < expected.reports; ++i) {
-            const auto start = static_cast<qsizetype>(60 * i);
+            const qsizetype start = 60 * static_cast<qsizetype>(i);
             QByteArray report = QByteArray::fromHex("005100") + static_cast<char>(stream.size()) +
                                 static_cast<char>(i) + stream.mid(start, 60);
             report.append(65 - report.size(), '\0');

@@ -49,6 +49,7 @@ void AdapterStatus::clearReported() {
     outputProtocol.reset();
     usbPorts.reset();
     scripts.reset();
+    listings = 0;
 }
 
 void AdapterStatus::showIn(FerryLinkWidget& panel) const {
@@ -75,6 +76,7 @@ QJsonObject AdapterStatus::toJson() const {
              deviceSerial.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(deviceSerial)},
             {QStringLiteral("accepts_commands"), acceptsCommands},
             {QStringLiteral("capturing"), capturing},
+            {QStringLiteral("listings"), listings},
             {QStringLiteral("firmware"), jsonOrNull(firmwareVersion, same)},
             {QStringLiteral("loaded_slot"), jsonOrNull(loadedSlot, same)},
             {QStringLiteral("output_protocol"), jsonOrNull(outputProtocol, outputProtocolName)},

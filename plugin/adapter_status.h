@@ -32,14 +32,15 @@ struct AdapterStatus {
     std::optional<int> outputProtocol;
     std::optional<TitanUsbPortInfo> usbPorts;
     std::optional<QList<TitanScriptInfo>> scripts;
+    int listings = 0; ///< how often the adapter has listed its scripts
 
     /// Forgets what was reported; what stands before it stays.
     void clearReported();
     /// Shows all of it in the panel.
     void showIn(FerryLinkWidget& panel) const;
-    /// Keys: connection, device_serial, accepts_commands, capturing, firmware, loaded_slot, output_protocol
-    /// (its name), usb_ports {input_a, input_b, output, prog}, slots [{slot,
-    /// name, version, author, input_translator}]; null for what is not known.
+    /// Keys: connection, device_serial, accepts_commands, capturing, listings, firmware, loaded_slot,
+    /// output_protocol (its name), usb_ports {input_a, input_b, output, prog}, slots [{slot, name, version,
+    /// author, input_translator}]; null for what is not known.
     QJsonObject toJson() const;
 };
 

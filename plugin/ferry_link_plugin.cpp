@@ -162,6 +162,7 @@ void FerryLinkPlugin::connectStatusReports() {
         [](FerryLinkWidget& shown, int value) { shown.setOutputProtocol(value, outputProtocolName(value)); });
     keep(&WorkerSet::usbPortInfoReceived, &AdapterStatus::usbPorts,
          [](FerryLinkWidget& shown, const TitanUsbPortInfo& ports) { shown.setUsbPorts(ports); });
+    connect(workers.get(), &WorkerSet::scriptInfoReceived, this, [this] { ++status.listings; });
     keep(&WorkerSet::scriptInfoReceived, &AdapterStatus::scripts,
          [](FerryLinkWidget& shown, const QList<TitanScriptInfo>& scripts) { shown.setScripts(scripts); });
 }

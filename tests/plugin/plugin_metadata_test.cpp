@@ -83,7 +83,7 @@ TEST_F(PluginObject, PublishesNullsForWhatIsNotKnownYet) {
     ASSERT_TRUE(bringUp());
     const QJsonDocument noStatus =
         QJsonDocument::fromJson(R"({"connection": "disconnected", "device_serial": null,
-        "accepts_commands": false, "capturing": false, "firmware": null, "loaded_slot": null, "output_protocol": null, "usb_ports": null, "slots": null})");
+        "accepts_commands": false, "capturing": false, "listings": 0, "firmware": null, "loaded_slot": null, "output_protocol": null, "usb_ports": null, "slots": null})");
     const QJsonDocument noRates = QJsonDocument::fromJson(
         R"({"cv_hz": null, "latency_ms": null, "jitter_ms": null, "input_pps": null, "state_pps": null,
             "keyboard_hz": 0, "mouse_hz": 0, "controller_hz": 0})");

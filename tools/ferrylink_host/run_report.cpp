@@ -151,6 +151,7 @@ void RunReport::takeStatistics(const virtual_adapter_statistics& statistics) {
     states = StateFigures{.inputSent = static_cast<qint64>(statistics.input_states_sent),
                           .outputSent = static_cast<qint64>(statistics.report_states_sent),
                           .reportsDropped = static_cast<qint64>(statistics.reports_dropped)};
+    capturePackets = static_cast<qint64>(statistics.capture_packets);
     if (statistics.latency_samples > 0)
         latency = LatencyFigures{.p50Us = static_cast<double>(statistics.latency_p50_ns) / kNsPerUs,
                                  .p99Us = static_cast<double>(statistics.latency_p99_ns) / kNsPerUs,

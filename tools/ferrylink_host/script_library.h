@@ -22,7 +22,7 @@ protected:
     QStringList mimeTypes() const override;
     /// One file: its absolute path in UTF-8, under the format of its kind.
     QMimeData* mimeData(const QList<QListWidgetItem*>& items) const override;
-    Qt::DropActions supportedDropActions() const override { return Qt::IgnoreAction; }
+    Qt::DropActions supportedDropActions() const override { return Qt::CopyAction; }
 
 private:
     void addFile(const QString& path);

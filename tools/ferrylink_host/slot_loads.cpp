@@ -21,7 +21,7 @@ SlotLoads::SlotLoads(QList<LoadRequest> loadRequests, PluginSession& pluginSessi
     connect(&limit, &QTimer::timeout, this, [this] {
         conclude(step == Step::waitingForAdapter ? tr("The adapter did not say which scripts it holds.")
                  : step == Step::sending         ? tr("The transfer did not end.")
-                                                 : tr("The adapter did not report the slot as loaded."));
+                                         : tr("The adapter did not report the slot as filled and loaded."));
     });
 }
 
@@ -52,6 +52,7 @@ void SlotLoads::look() {
 void SlotLoads::send() {
     // First, since it may be over within the call.
     step = Step::sending;
+    listingsBefore = session.status()[QStringLiteral("listings")].toInt();
     if (session.loadSlotFile(current().slot, current().file))
         return;
     const QString why = session.transfer()[QStringLiteral("error")].toString();
@@ -72,7 +73,8 @@ void SlotLoads::followTransfer() {
 bool SlotLoads::adapterHasSlot() const {
     const QJsonObject status = session.status();
     const QJsonArray listed = status[QStringLiteral("slots")].toArray();
-    return status[QStringLiteral("loaded_slot")].toInt() == current().slot &&
+    return status[QStringLiteral("listings")].toInt() > listingsBefore &&
+           status[QStringLiteral("loaded_slot")].toInt() == current().slot &&
            std::any_of(listed.begin(), listed.end(), [this](const QJsonValue& slot) {
                return slot[QStringLiteral("slot")].toInt() == current().slot;
            });

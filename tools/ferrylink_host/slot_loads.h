@@ -53,7 +53,8 @@ private:
     PluginSession& session;
     QList<LoadOutcome> results;
     Step step = Step::waitingForAdapter;
-    QTimer limit; ///< of the current request
+    int listingsBefore = 0; ///< the adapter had listed its scripts so often when the current request was sent
+    QTimer limit;           ///< of the current request
 };
 
 } // namespace Vantor::devhost

@@ -1,6 +1,7 @@
 // The compiler as a whole: a source gives one diagnostic or bytecode, the same each time, and bytecode passes
 // everything that reads it. Includes and imports find nothing, so that no input reaches the file system.
 
+#include "device/transfers.h"
 #include "fuzz/bytecode_check.h"
 #include "fuzz/source_places.h"
 #include "gpc/compiler.h"
@@ -48,13 +49,17 @@ void takeInput(Bytes input) {
         checkDiagnostic(source, result.diagnostics[0]);
         return;
     }
-    check(checkListing(result.bytecode), "the disassembler reads what the compiler writes");
+    const gpc::Listing listing = gpc::disassemble(result.bytecode);
+    check(listing.error.empty() && listing.buildStamp == kBuildStamp,
+          "the disassembler reads what the compiler writes");
+    checkNothing(listingComplaint(listing, result.bytecode));
     if (result.bytecode.size() > gpc::kMaxSlotBytes)
         return;
+    check(bytecodeTransfer(0, result.bytecode).error.empty(), "what fits a slot can be transferred");
     constexpr int kTicks = 2;
     simulator::ScriptMachine machine({.stepLimit = 500});
     check(machine.load(result.bytecode), "the machine takes what the compiler writes");
-    runTicks(machine, result.bytecode, kTicks);
+    checkNothing(runComplaint(machine, result.bytecode, kTicks));
 }
 
 } // namespace Vantor::fuzz

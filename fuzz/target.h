@@ -29,6 +29,11 @@ inline void check(bool holds, const char* what) {
     std::abort();
 }
 
+/// For those who say what does not hold, and null when all is well.
+inline void checkNothing(const char* complaint) {
+    check(complaint == nullptr, complaint);
+}
+
 inline std::string_view textOf(Bytes bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }

@@ -7,7 +7,7 @@
 #   sanitize   the same under AddressSanitizer and UndefinedBehaviorSanitizer, the threaded ones under ThreadSanitizer
 #   style      formatting (clang-format) and a few rules of the house
 #   tidy       static analysis (clang-tidy)
-#   fuzz       every parser of foreign bytes, two at a time for a minute each, from the kept corpus
+#   fuzz       every parser of foreign bytes, two at a time for a minute each, from the kept corpus; damaged files exhaustively
 #   bench      measures against named baselines and prints ratios; never fails on a figure
 #   all        every lane above
 
@@ -44,6 +44,8 @@ lane_tidy() {
 
 lane_fuzz() {
   need clang libclang-rt-14-dev
+  build release --target ferrylink_test_malformed
+  FERRYLINK_LISTING_STRIDE=1 build/release/bin/ferrylink_test_malformed --gtest_brief=1
   build fuzz
   scripts/fuzz.sh
 }

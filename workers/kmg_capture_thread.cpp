@@ -233,13 +233,14 @@ const char* KMGCaptureThread::forwardUntilStopped() {
         if (runState.stopRequested())
             break;
         now = platform::monotonicNowNs();
+        // First: what has come now belongs to the next second, or a steady rate would count one too many.
+        if (const auto values = rates.take(now))
+            publishRates(*values);
         if (woken.kind == platform::WaitResult::Kind::signalled) {
             takeNewRecords(now);
             if (!sendChanges())
                 return kWriteFailed;
         }
-        if (const auto values = rates.take(now))
-            publishRates(*values);
     }
     return nullptr;
 }

@@ -83,9 +83,10 @@ void InputPublisher::watch(QWindow* window) {
         watched->removeEventFilter(this);
     releaseAll();
     watched = window;
+    if (window == nullptr)
+        return;
     nativeKeys = nativeKeysOf(QGuiApplication::platformName());
-    if (window != nullptr)
-        window->installEventFilter(this);
+    window->installEventFilter(this);
 }
 
 bool InputPublisher::eventFilter(QObject* object, QEvent* event) {

@@ -1,10 +1,11 @@
 #include "ui/adapter_view.h"
 
 #include "device/protocol_names.h"
+#include "ui/calm_combo_box.h"
 #include "ui/elided_label.h"
 #include "ui/value_grid.h"
 
-#include <QComboBox>
+#include <QAbstractItemView>
 #include <QGroupBox>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
@@ -53,7 +54,7 @@ QWidget* AdapterView::buildAdapter() {
 }
 
 void AdapterView::buildProtocols(QWidget* parent) {
-    protocols = new QComboBox(parent);
+    protocols = new CalmComboBox(parent);
     protocols->setObjectName(QStringLiteral("outputProtocol"));
     protocols->setAccessibleName(tr("Output protocol"));
     protocols->setPlaceholderText(QStringLiteral("\u2013"));
@@ -64,6 +65,8 @@ void AdapterView::buildProtocols(QWidget* parent) {
     for (const std::uint8_t value : consoleProtocols())
         protocols->addItem(protocolName(value), static_cast<int>(value));
     protocols->setCurrentIndex(-1);
+    protocols->view()->setMinimumWidth(
+        protocols->view()->sizeHintForColumn(0)); // whole names in a narrow dock
     // Only the user activates; following a report stays silent.
     connect(protocols, &QComboBox::activated, this, [this](int index) {
         emit outputProtocolChosen(protocols->itemData(index).toInt(), protocols->itemText(index));
@@ -97,6 +100,7 @@ void AdapterView::setOutputProtocol(int value, const QString& name) {
     }
     reportedIndex = index;
     select(index);
+    describeProtocols();
 }
 
 void AdapterView::setUsbPorts(const TitanUsbPortInfo& info) {
@@ -107,8 +111,12 @@ void AdapterView::setUsbPorts(const TitanUsbPortInfo& info) {
 
 void AdapterView::setAvailable(bool isAvailable) {
     protocols->setEnabled(isAvailable);
-    protocols->setToolTip(isAvailable ? tr("The protocol that the device speaks to the console")
-                                      : tr("The output protocol can be chosen while connected"));
+    describeProtocols();
+}
+
+void AdapterView::describeProtocols() {
+    protocols->setToolTip(protocols->isEnabled() ? tr("The protocol that the device speaks to the console")
+                                                 : tr("The output protocol can be chosen while connected"));
 }
 
 void AdapterView::revertOutputProtocol() {

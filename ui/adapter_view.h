@@ -44,6 +44,7 @@ private:
     QWidget* buildAdapter();
     QWidget* buildUsbPorts();
     void buildProtocols(QWidget* parent);
+    void describeProtocols();
     void select(int index);
 
     QComboBox* protocols = nullptr;

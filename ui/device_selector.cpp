@@ -1,8 +1,8 @@
 #include "ui/device_selector.h"
 
+#include "ui/calm_combo_box.h"
 #include "ui/glyph_button.h"
 
-#include <QComboBox>
 #include <QHBoxLayout>
 
 namespace Vantor {
@@ -15,7 +15,7 @@ constexpr int kSerialRole = Qt::UserRole + 1;
 } // namespace
 
 DeviceSelector::DeviceSelector(QWidget* parent)
-    : QWidget(parent), list(new QComboBox(this)), refresh(new GlyphButton(Glyph::reload, this)) {
+    : QWidget(parent), list(new CalmComboBox(this)), refresh(new GlyphButton(Glyph::reload, this)) {
     list->setObjectName(QStringLiteral("deviceList"));
     list->setAccessibleName(tr("Device"));
     // A long name must not dictate the dock's width.

@@ -19,7 +19,7 @@ public:
     void setHint(const QString& text);
     /// The colour, worked out anew for every palette.
     void setTone(Tone wanted);
-    /// A size relative to the panel's font, which it follows.
+    /// A size relative to the parent's present font.
     void setFontScale(double scale, bool bold = false);
     QSize minimumSizeHint() const override;
 

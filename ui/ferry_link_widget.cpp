@@ -122,6 +122,7 @@ void FerryLinkWidget::connectViews() {
 void FerryLinkWidget::setSlotOperations(MemorySlotOperations* newOperations) {
     if (operations)
         operations->disconnect(this);
+    forgetTransfer();
     operations = newOperations;
     if (operations)
         connectOperations();
@@ -145,6 +146,16 @@ void FerryLinkWidget::connectOperations() {
                 slotList->setTransferShare(slotNumber, -1);
                 transfer->finish(slotNumber, fileName, transferred, slotLoaded);
             });
+    connect(source, &QObject::destroyed, this, &FerryLinkWidget::forgetTransfer);
+}
+
+/// One that nobody will finish any more.
+void FerryLinkWidget::forgetTransfer() {
+    if (transferSlot == 0)
+        return;
+    slotList->setTransferShare(transferSlot, -1);
+    transferSlot = 0;
+    transfer->hide();
 }
 
 void FerryLinkWidget::onTransferProgress(int sent, int reports) {

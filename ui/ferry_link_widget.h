@@ -106,6 +106,7 @@ private:
     void onFileChosen(SlotAction action, int slotIndex, const QString& path);
     void onProtocolChosen(int value, const QString& name);
     void onTransferProgress(int sent, int reports);
+    void forgetTransfer();
     void updateEmptiness();
     void updateLiveList();
 

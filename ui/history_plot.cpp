@@ -201,6 +201,8 @@ void HistoryPlot::drawScales(QPainter& painter, const QColor& frames, const QCol
     painter.drawText(header, Qt::AlignLeft | Qt::AlignTop, hzScale);
     painter.setPen(latency);
     painter.drawText(header, Qt::AlignRight | Qt::AlignTop, msScale);
+    painter.setPen(toneOn(palette(), Tone::muted, QPalette::Base));
+    painter.drawText(header, Qt::AlignHCenter | Qt::AlignTop, span);
 }
 
 } // namespace Vantor

@@ -61,6 +61,7 @@ private:
     double topMs = 0;
     QString hzScale; ///< made when the scale changes, not when it is painted
     QString msScale;
+    QString span = tr("%1 s").arg(kSeconds);
 };
 
 } // namespace Vantor

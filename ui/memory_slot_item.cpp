@@ -3,15 +3,14 @@
 #include "ui/elided_label.h"
 #include "ui/glyph_button.h"
 #include "ui/panel_colours.h"
+#include "ui/slot_drag.h"
 
 #include <QDragEnterEvent>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QMenu>
-#include <QMimeData>
 #include <QPainter>
 #include <QStyle>
-#include <QUrl>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -60,41 +59,6 @@ QString titleOf(const TitanScriptInfo& info) {
     if (info.name.isEmpty())
         return info.inputTranslator;
     return info.version.isEmpty() ? info.name : info.name + u' ' + info.version;
-}
-
-/// The one local file of a file manager's drag, when its suffix belongs into a slot.
-QString draggedFilePath(const QMimeData& data) {
-    const QList<QUrl> urls = data.hasUrls() ? data.urls() : QList<QUrl>();
-    if (urls.size() != 1 || !urls.first().isLocalFile())
-        return {};
-    const QString path = urls.first().toLocalFile();
-    return slotFileKind(path) ? path : QString();
-}
-
-bool isSlotDrag(const QMimeData& data) {
-    return hasSlotFileFormat(data) || !draggedFilePath(data).isEmpty();
-}
-
-const char* mimeTypeOf(SlotFileKind kind) {
-    switch (kind) {
-    case SlotFileKind::gpcSource:
-        return kGpcSourceMimeType;
-    case SlotFileKind::gpcBytecode:
-        return kGpcBytecodeMimeType;
-    case SlotFileKind::inputTranslator:
-        return kInputTranslatorMimeType;
-    }
-    return kGpcSourceMimeType;
-}
-
-/// A file manager's drag goes through the same door as our own formats.
-std::optional<DroppedFile> checkedDrop(const QMimeData& data) {
-    const QString path = hasSlotFileFormat(data) ? QString() : draggedFilePath(data);
-    if (path.isEmpty())
-        return droppedFile(data);
-    QMimeData translated;
-    translated.setData(QString::fromLatin1(mimeTypeOf(*slotFileKind(path))), path.toUtf8());
-    return droppedFile(translated);
 }
 
 } // namespace
@@ -154,18 +118,18 @@ void MemorySlotItem::buildLayout() {
 // ---- What it shows ----
 
 void MemorySlotItem::setContent(const TitanScriptInfo& info) {
-    show(Content::occupied, titleOf(info), detailsOf(info));
+    present(Content::occupied, titleOf(info), detailsOf(info));
 }
 
 void MemorySlotItem::setEmpty() {
-    show(Content::empty, tr("Empty"), {});
+    present(Content::empty, tr("Empty"), {});
 }
 
 void MemorySlotItem::setUnknown() {
-    show(Content::unknown, QStringLiteral("\u2013"), {});
+    present(Content::unknown, QStringLiteral("\u2013"), {});
 }
 
-void MemorySlotItem::show(Content what, const QString& titleText, const QString& detailsText) {
+void MemorySlotItem::present(Content what, const QString& titleText, const QString& detailsText) {
     content = what;
     title->setText(titleText);
     title->setTone(what == Content::occupied ? Tone::normal : Tone::muted);

@@ -63,7 +63,7 @@ private:
 
     void buildLayout();
     void buildButtons();
-    void show(Content what, const QString& titleText, const QString& detailsText);
+    void present(Content what, const QString& titleText, const QString& detailsText);
     void describe();
     void request(SlotAction action);
     void runOrFill();

@@ -40,7 +40,9 @@ void ValueGrid::addCaption(int row, const QString& caption, const QString& hint)
 }
 
 void ValueGrid::setValue(ElidedLabel* label, const QString& value) {
-    label->setText(value.isEmpty() ? QStringLiteral("\u2013") : value);
+    const QString text = value.isEmpty() ? QStringLiteral("\u2013") : value;
+    if (label->text() != text) // a new text, even the same, lays out the whole panel again
+        label->setText(text);
 }
 
 } // namespace Vantor

@@ -13,6 +13,7 @@
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTimer>
+#include <QWheelEvent>
 #include <gmock/gmock.h>
 
 namespace Vantor {
@@ -75,6 +76,22 @@ TEST_F(Controls, AChosenProtocolIsSentAndTakenBackWhenItCannotBe) {
 
     panel.setConnectionState(ConnectionState::reconnecting);
     EXPECT_FALSE(protocols()->isEnabled());
+}
+
+TEST_F(Controls, ScrollingPastTheSelectorsChoosesNothing) {
+    connectProtocols(true);
+    panel.setDevices({adapter(QStringLiteral("/dev/a"), QStringLiteral("A")),
+                      adapter(QStringLiteral("/dev/b"), QStringLiteral("B"))},
+                     {});
+    panel.setOutputProtocol(3, QStringLiteral("Playstation 4"));
+    for (QComboBox* const list : {protocols(), child<QComboBox>("deviceList")}) {
+        const int before = list->currentIndex();
+        QWheelEvent wheel({5, 5}, list->mapToGlobal(QPointF(5, 5)), {}, {0, -120}, Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(list, &wheel);
+        EXPECT_EQ(list->currentIndex(), before) << qPrintable(list->objectName());
+    }
+    EXPECT_THAT(sent, IsEmpty());
 }
 
 TEST_F(Controls, CaptureIsAskedForWithWhatIsTicked) {

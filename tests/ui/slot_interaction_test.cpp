@@ -321,9 +321,12 @@ TEST_F(Slots, StyleSheetsSeeWhichSlotsHoldSomething) {
 }
 
 TEST_F(Slots, OutlivesTheOperations) {
-    auto* const gone = new MemorySlotOperations({});
-    panel.setSlotOperations(gone);
-    delete gone;
+    auto gone = std::make_unique<MemorySlotOperations>(PacketSender());
+    panel.setSlotOperations(gone.get());
+    emit gone->transferStarted(2, QStringLiteral("aim.gpc"), 3);
+    EXPECT_TRUE(child<QWidget>("transferView")->isVisible());
+    gone.reset();
+    EXPECT_FALSE(child<QWidget>("transferView")->isVisible()) << "nobody would end it";
     click(button(QStringLiteral("Run slot 2")));
     choose(2, QStringLiteral("Remove GPC Script"));
     EXPECT_THAT(sent, IsEmpty());

@@ -24,14 +24,21 @@ bool isSame(const gpc::CompileResult& left, const gpc::CompileResult& right) {
                                         left.diagnostics[0].position == right.diagnostics[0].position);
 }
 
-gpc::CompileResult compileTwice(std::string_view source) {
+/// Half of all the time would go into second runs; which inputs have one is a matter of their bytes alone.
+bool deservesSecondRun(std::string_view source) {
+    unsigned sum = 0;
+    for (const char byte : source)
+        sum += static_cast<unsigned char>(byte);
+    return sum % 4 == 0;
+}
+
+gpc::CompileResult compileAndCompare(std::string_view source) {
     const gpc::CompileOptions options{kBuildStamp, {}, {}, kGrowthLimitBytes};
     while (true) {
         const std::time_t before = std::time(nullptr);
         gpc::CompileResult first = gpc::compile(source, options);
-        const gpc::CompileResult second = gpc::compile(source, options);
         // __TIME__ is the only thing that may differ, and only when a second began in between.
-        if (isSame(first, second))
+        if (!deservesSecondRun(source) || isSame(first, gpc::compile(source, options)))
             return first;
         check(std::time(nullptr) != before, "the same source gives the same result");
     }
@@ -41,7 +48,7 @@ gpc::CompileResult compileTwice(std::string_view source) {
 
 void takeInput(Bytes input) {
     const std::string_view source = textOf(input);
-    const gpc::CompileResult result = compileTwice(source);
+    const gpc::CompileResult result = compileAndCompare(source);
     check(result.bytecode.empty() != result.diagnostics.empty(),
           "a diagnostic or bytecode, never both or none");
     if (result.bytecode.empty()) {

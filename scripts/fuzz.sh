@@ -8,7 +8,7 @@
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-all=(preprocessor literals translator bytecode compiler status_reports controller_states memory_blocks adapter_model)
+all=(preprocessor literals translator bytecode compiler status_reports controller_states memory_blocks captured_input adapter_model)
 parallel=2
 work=build/fuzz
 limit=(-max_total_time=60)
@@ -17,7 +17,7 @@ limit=(-max_total_time=60)
 options_of() {
   case $1 in
     preprocessor | compiler) echo "-dict=fuzz/language.dict -max_len=1024" ;;
-    bytecode | adapter_model | status_reports | controller_states) echo "-max_len=1024" ;;
+    bytecode | adapter_model | status_reports | controller_states | captured_input) echo "-max_len=1024" ;;
     translator | memory_blocks) echo "-max_len=512" ;;
     literals) echo "-max_len=128" ;;
   esac

@@ -103,6 +103,27 @@ TEST_F(HostRuns, TakesOverWhatAKilledHostLeftBehind) {
     EXPECT_EQ(number("frames/published"), 300);
 }
 
+TEST_F(HostRuns, LoadsFilesCapturesThePatternAndReportsBoth) {
+    ASSERT_EQ(runHost(words({"--load", "1=" FERRYLINK_EXAMPLES_FOLDER "/toggle.gpc", "--load",
+                             "5=" FERRYLINK_EXAMPLES_FOLDER "/remap.gpc", "--capture",
+                             "keyboard,mouse,controller", "--duration", "2"})),
+              0)
+        << qPrintable(output);
+    const QJsonArray loads = reported("loads").toArray();
+    ASSERT_EQ(loads.size(), 2);
+    EXPECT_TRUE(loads[0][QStringLiteral("ok")].toBool() && loads[1][QStringLiteral("ok")].toBool());
+    EXPECT_EQ(number("status/loaded_slot"), 5) << "the last one stays loaded";
+    QStringList names;
+    for (const QJsonValue& slot : reported("status/slots").toArray())
+        names += slot[QStringLiteral("name")].toString();
+    EXPECT_TRUE(names.contains(QStringLiteral("Toggle sprint"))) << qPrintable(names.join(u' '));
+    EXPECT_TRUE(names.contains(QStringLiteral("Left-handed"))) << qPrintable(names.join(u' '));
+    EXPECT_TRUE(reported("kmg/started").toBool());
+    EXPECT_GT(number("kmg/packets"), 50);
+    EXPECT_GT(number("rates/keyboard_hz"), 10);
+    EXPECT_TRUE(reported("errors").toArray().isEmpty());
+}
+
 TEST_F(HostRuns, SaysWhatDidNotHappen) {
     struct Case {
         QStringList arguments;
@@ -112,6 +133,8 @@ TEST_F(HostRuns, SaysWhatDidNotHappen) {
         {words({"--plugin", FERRYLINK_BIN_DIRECTORY "/cvfeed"}), "The plug-in cannot be loaded"},
         {words({"--plugin", "/no/such/plugin"}), "The plug-in cannot be loaded from /no/such/plugin"},
         {words({"--feed", "1", "--duration", "0.3", "--unplug-after", "0"}), "No frame was forwarded"},
+        {words({"--duration", "0.1", "--load", "1=/no/such.gpc"}),
+         "/no/such.gpc was not loaded into slot 1: GPC Script: Could not open such.gpc."},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(runHost(c.arguments), 1) << c.said;

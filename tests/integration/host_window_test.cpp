@@ -1,6 +1,9 @@
 // A person's session at the window, from choosing the adapter to losing it and getting it back.
 
+#include "tools/ferrylink_host/input_publisher.h"
 #include "window_fixture.h"
+
+#include <QElapsedTimer>
 
 #include <array>
 
@@ -17,6 +20,7 @@ protected:
     void chooseSecondAdapterAndConnect();
     void loadByMenuAndByDrop();
     void seeTheScriptAtWork();
+    void playOnTheKeyboard();
     void readACompileError();
     void refuseWhatDoesNotFit();
     void changeTheProtocolFromEitherSide();
@@ -81,6 +85,23 @@ void HostWindowSession::seeTheScriptAtWork() {
         }
         return pressed >= 20;
     }));
+}
+
+/// What is typed in the window goes to the adapter while it is captured, and is let go of at the end.
+void HostWindowSession::playOnTheKeyboard() {
+    devhost::InputPublisher input;
+    ASSERT_TRUE(input.open(session->memoryBlocks())) << qPrintable(input.errorString());
+    input.watch(window->windowHandle());
+    auto* const capture = find<QAbstractButton>("captureButton");
+    QTest::mouseClick(capture, Qt::LeftButton);
+    ASSERT_TRUE(eventually([&] { return status()[QStringLiteral("capturing")].toBool(); }));
+    QTest::keyPress(window->windowHandle(), Qt::Key_W);
+    EXPECT_TRUE(eventually([&] { return counts(adapter).capture_keyboard_packets > 0; }));
+    const std::uint64_t neutral = counts(adapter).capture_neutral_packets;
+    QTest::mouseClick(capture, Qt::LeftButton);
+    EXPECT_TRUE(eventually([&] { return !status()[QStringLiteral("capturing")].toBool(); }));
+    EXPECT_EQ(counts(adapter).capture_neutral_packets, neutral + 1) << "the key is still held on the console";
+    QTest::keyRelease(window->windowHandle(), Qt::Key_W);
 }
 
 void HostWindowSession::readACompileError() {
@@ -154,12 +175,28 @@ TEST_F(HostWindowSession, FromTheFirstLookToAReconnection) {
     chooseSecondAdapterAndConnect();
     loadByMenuAndByDrop();
     seeTheScriptAtWork();
+    playOnTheKeyboard();
     readACompileError();
     refuseWhatDoesNotFit();
     changeTheProtocolFromEitherSide();
     removeTheScript();
     unplugAndReplug();
     EXPECT_EQ(counts(adapter).errors, 0U);
+}
+
+TEST_F(HostWindowSession, ShowsLiveDataSoonAfterItIsStarted) {
+    constexpr qint64 kLimitMs = 5000;
+    adapter = virtual_adapter_add("bus:1", "A", nullptr);
+    QElapsedTimer watch;
+    watch.start();
+    openHost();
+    pressRun();
+    ASSERT_TRUE(becomes("connected"));
+    feed();
+    for (const char* const figure : {"Frames", "Latency", "Input states", "Output states"})
+        EXPECT_TRUE(eventually([&] { return figureShown(figure) > 0; })) << figure;
+    EXPECT_TRUE(slotSays(1, "Rapid Fire"));
+    EXPECT_LT(watch.elapsed(), kLimitMs);
 }
 
 } // namespace

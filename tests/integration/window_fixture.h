@@ -30,8 +30,10 @@
 #include <QMimeData>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <memory>
 
 namespace Vantor {
@@ -75,6 +77,8 @@ protected:
     }
     /// As the program does when its window was closed.
     void closeHost() {
+        frames.stop();
+        producer.reset();
         if (window)
             window->close();
         if (session)
@@ -142,6 +146,26 @@ protected:
             if (info.name == QLatin1String(name))
                 return SharedMemoryAccessor(info);
         return SharedMemoryAccessor({});
+    }
+
+    /// The leading number of a figure in the panel; 0 where there is none.
+    double figureShown(const char* caption) const {
+        for (const QWidget* const widget : find<QWidget>("FerryLinkWidget")->findChildren<QWidget*>())
+            if (widget->accessibleName() == QLatin1String(caption))
+                return widget->property("text").toString().section(u' ', 0, 0).toDouble();
+        ADD_FAILURE() << caption << " is not shown";
+        return 0;
+    }
+
+    /// Publishes a frame each millisecond, until the host is closed.
+    void feed() {
+        producer.reset(new SharedMemoryAccessor(block(BlockName::kCVData))); // neither copied nor moved
+        ASSERT_TRUE(producer->connect());
+        QObject::connect(&frames, &QTimer::timeout, window.get(), [this] {
+            const std::array<std::uint8_t, 256> frame{};
+            producer->writeData(frame.data(), frame.size());
+        });
+        frames.start(1);
     }
 
     // ---- What a person does ----
@@ -219,6 +243,8 @@ protected:
     QTemporaryDir directory;
     std::unique_ptr<devhost::PluginSession> session;
     std::unique_ptr<devhost::HostWindow> window;
+    QTimer frames;
+    std::unique_ptr<SharedMemoryAccessor> producer;
 };
 
 } // namespace Vantor

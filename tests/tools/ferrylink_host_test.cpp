@@ -42,6 +42,11 @@ TEST(HostCommandLine, RefusesWhatCannotBeDone) {
         {"--unplug-after", "-1"},
         {"--instance", "../../etc"},
         {"--load"},
+        {"--load", "0=a.gpc"},
+        {"--load", "10=a.gpc"},
+        {"--load", "1="},
+        {"--load", "a.gpc"},
+        {"--capture", "keyboard,joystick"},
         {"stray"},
     };
     for (const Words& words : wrong) {
@@ -69,6 +74,8 @@ TEST(HostCommandLine, FillsInWhatFollowsFromTheRest) {
         {{"--headless", "--feed", "0"}, 0, 5000, true},
         {{"--headless", "--duration", "2"}, std::nullopt, std::nullopt, true},
         {{"--serial", "X"}, std::nullopt, std::nullopt, true},
+        {{"--load", "1=a.gpc"}, std::nullopt, std::nullopt, true},
+        {{"--capture", "mouse"}, std::nullopt, std::nullopt, true},
     };
     for (const Case& c : cases) {
         int exitCode = kExitFine;
@@ -78,6 +85,19 @@ TEST(HostCommandLine, FillsInWhatFollowsFromTheRest) {
         EXPECT_EQ(options->frames, c.frames);
         EXPECT_EQ(options->startsByItself(), c.starts);
     }
+}
+
+TEST(HostCommandLine, TakesLoadsInTheirOrderAndCaptureAsAList) {
+    int exitCode = kExitFine;
+    const std::optional<Options> options =
+        parse({"--load", "9=/a=b.gpc", "--capture", "controller,keyboard", "--load", "2=c.git"}, exitCode);
+    ASSERT_TRUE(options);
+    ASSERT_EQ(options->loads.size(), 2);
+    EXPECT_EQ(options->loads[0].slot, 9);
+    EXPECT_TRUE(options->loads[0].file.endsWith(QStringLiteral("/a=b.gpc")));
+    EXPECT_EQ(options->loads[1].slot, 2);
+    EXPECT_EQ(options->loads[1].file, QDir::current().absoluteFilePath(QStringLiteral("c.git")));
+    EXPECT_TRUE(options->capture.keyboard && options->capture.controller && !options->capture.mouse);
 }
 
 virtual_adapter_statistics received(std::uint64_t intact, std::uint64_t corrupt, std::uint64_t missing,

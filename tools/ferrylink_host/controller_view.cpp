@@ -133,7 +133,7 @@ void ControllerView::drawButtons(QPainter& painter, const QRectF& area) const {
     }
     painter.setPen(palette().color(QPalette::PlaceholderText));
     painter.drawText(area, Qt::AlignHCenter | Qt::AlignBottom,
-                     tr("Buttons 1 to %1").arg(ControllerData::kButtons));
+                     tr("Buttons 1 to %1: sent, and passed on (filled)").arg(ControllerData::kButtons));
 }
 
 } // namespace Vantor::devhost

@@ -14,6 +14,9 @@ using gpc::OperandKind;
 
 constexpr std::size_t kEntryHeaderBytes = 7;
 constexpr std::uint8_t kEntryOpcode = 0x10;
+/// How many bytes moved in bulk count as an instruction against the step limit: without that, a script that
+/// clears memory in a loop would hold its caller up for seconds.
+constexpr std::uint64_t kBytesPerStep = 64;
 
 using Dispatch = std::array<ScriptHandler, 256>;
 
@@ -127,10 +130,13 @@ struct ScriptMachine::Impl {
         state.next = address;
         state.sectionEnded = false;
         state.combo = {};
-        for (std::uint64_t left = options.stepLimit; !state.sectionEnded; --left) {
+        const std::uint64_t stepsBefore = steps;
+        const std::uint64_t bulkBefore = state.memory.bulkWork();
+        while (!state.sectionEnded) {
             ScriptInstruction instruction;
             const std::uint32_t at = state.next;
-            if (left == 0) {
+            const std::uint64_t moved = (state.memory.bulkWork() - bulkBefore) / kBytesPerStep;
+            if (steps - stepsBefore + moved >= options.stepLimit) {
                 return stop(at, "the step limit is reached");
             }
             if (const char* reason = decode(at, instruction)) {

@@ -21,8 +21,9 @@ namespace Vantor::simulator {
 
 struct ScriptMachineOptions {
     std::uint32_t tickMs = 10;
-    std::uint64_t stepLimit = 1'000'000; ///< instructions that init, or one tick, may execute
-    std::uint32_t seed = 1;              ///< of rand and irand
+    /// Instructions that init, or one tick, may execute; 64 bytes moved at once count as one more.
+    std::uint64_t stepLimit = 1'000'000;
+    std::uint32_t seed = 1; ///< of rand and irand
 };
 
 /// An instruction that is about to be executed.

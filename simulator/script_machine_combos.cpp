@@ -27,6 +27,8 @@ constexpr std::uint32_t kEntryMask = 0x3FFF;
 constexpr std::uint32_t kWaitMask = 0x7FFF;
 constexpr unsigned kStateBytes = 4;
 constexpr unsigned kEntryBytes = 2;
+/// What looking at a wait-table entry costs, in bytes moved in bulk.
+constexpr unsigned kEntryWork = 16;
 
 ComboState readState(ScriptState& s, std::uint32_t address) {
     const std::uint32_t bits = s.memory.read(address, kStateBytes);
@@ -93,6 +95,7 @@ std::uint32_t entryOf(ScriptState& s, std::uint32_t target) {
             break;
         }
         const std::uint32_t address = s.memory.read(at, kEntryBytes);
+        s.memory.addBulkWork(kEntryWork);
         if (address == target) {
             return entry;
         }

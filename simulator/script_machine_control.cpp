@@ -35,6 +35,7 @@ void endMain(ScriptState& s, const ScriptInstruction&) {
 }
 
 void reserve(ScriptState& s, const ScriptInstruction& i) {
+    s.memory.addBulkWork(operand(i, 0));
     s.memory.reserve(operand(i, 0));
 }
 

@@ -81,7 +81,9 @@ std::string_view readText(ScriptMemory& memory, std::uint32_t address) {
         memory.fail("a text without an end");
         return {};
     }
-    return {reinterpret_cast<const char*>(bytes.data()), static_cast<std::size_t>(end - bytes.begin())};
+    const auto length = static_cast<std::uint32_t>(end - bytes.begin());
+    memory.addBulkWork(length);
+    return {reinterpret_cast<const char*>(bytes.data()), length};
 }
 
 void formatText(ScriptMemory& memory, std::string_view format, std::span<const std::uint32_t> arguments,

@@ -77,12 +77,14 @@ void ScriptMemory::write(std::uint32_t address, unsigned width, std::uint32_t va
 
 void ScriptMemory::fill(std::uint32_t address, std::uint8_t value, std::uint32_t count) {
     if (writable(address, count)) {
+        addBulkWork(count);
         std::memset(cells.data() + address, value, count);
     }
 }
 
 void ScriptMemory::copy(std::uint32_t to, std::uint32_t from, std::uint32_t count) {
     if (readable(from, count) && writable(to, count)) {
+        addBulkWork(count);
         std::memmove(cells.data() + to, cells.data() + from, count);
     }
 }

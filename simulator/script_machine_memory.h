@@ -37,6 +37,10 @@ public:
     /// Moves the stack pointer up, dropping what lies below; refuses to move it down or past the top.
     void unwind(std::uint32_t stackPointer);
 
+    /// Counts work that takes longer than an instruction does, in bytes looked at or moved.
+    void addBulkWork(std::uint32_t bytes) { bulkBytes += bytes; }
+    [[nodiscard]] std::uint64_t bulkWork() const { return bulkBytes; }
+
     [[nodiscard]] std::uint32_t stackPointer() const { return top; }
     [[nodiscard]] std::uint32_t fileBytes() const { return fileLength; }
     [[nodiscard]] std::span<const std::uint8_t> bytes() const { return cells; }
@@ -53,6 +57,7 @@ private:
     std::array<std::uint8_t, kScriptMemoryBytes> cells{};
     std::uint32_t fileLength = 0;
     std::uint32_t top = kScriptMemoryBytes;
+    std::uint64_t bulkBytes = 0;
     std::string faultText;
 };
 

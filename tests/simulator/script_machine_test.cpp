@@ -254,6 +254,24 @@ TEST(ScriptMachineFaults, EndlessRecursionEndsAtTheProgram) {
     EXPECT_NE(machine.error().find("stack overflow"), std::string::npos) << machine.error();
 }
 
+// A loop of few instructions that each move much must not run as long as a loop of cheap ones.
+TEST(ScriptMachineFaults, MovingMuchCountsAsManySteps) {
+    const std::vector<Bytes> loops{
+        {0x22, 0x10, 0x00, 0x20, 0x01, 0x22, 0x10, 0x00, 0xE4, 0x10, 0x00, 0x0B},       // memset
+        {0x22, 0x10, 0x00, 0x22, 0x10, 0x00, 0x22, 0x10, 0x00, 0xE5, 0x10, 0x00, 0x0B}, // memcpy
+        {0x22, 0x10, 0x00, 0x20, 0x01, 0x22, 0x0F, 0xFF, 0xE4, 0x22, 0x10, 0x00, 0xD0, 0x10, 0x00,
+         0x14}, // text
+    };
+    for (const Bytes& loop : loops) {
+        ScriptMachine machine({.tickMs = 10, .stepLimit = 10'000});
+        ASSERT_TRUE(machine.load(program(loop)));
+        EXPECT_FALSE(machine.tick());
+        EXPECT_NE(machine.error().find("the step limit is reached"), std::string::npos) << machine.error();
+        EXPECT_LT(machine.steps(), 1000U) << "4 KB at a time";
+        EXPECT_GT(machine.steps(), 100U);
+    }
+}
+
 TEST(ScriptMachine, RefusesFilesItCannotStart) {
     const std::vector<std::pair<const char*, Bytes>> files{
         {"shorter than its seven-byte entry header", {}},

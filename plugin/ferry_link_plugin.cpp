@@ -3,14 +3,13 @@
 #include "device/titan_device_manager.h"
 #include "host/logging_service.h"
 #include "host/plugin_run_controller.h"
-#include "host/records.h"
 #include "plugin/dock_action.h"
+#include "plugin/plugin_description.h"
 #include "plugin/slot_transfer.h"
 #include "plugin/worker_set.h"
 #include "ui/ferry_link_widget.h"
 #include "ui/slot_operations.h"
 
-#include <QJsonArray>
 #include <hidapi/hidapi.h>
 
 namespace Vantor {
@@ -68,25 +67,15 @@ QString FerryLinkPlugin::name() const {
 }
 
 QJsonObject FerryLinkPlugin::metadata() const {
-    return {{QStringLiteral("type"), QStringLiteral("communication_bridge")},
-            {QStringLiteral("displayName"), tr("Ferry Link")},
-            {QStringLiteral("description"), tr("Simple bridge for Titan Two devices")},
-            {QStringLiteral("author"), QStringLiteral("Vantor Project")},
-            {QStringLiteral("version"), QStringLiteral("1.0.0")},
-            {QStringLiteral("features"),
-             QJsonArray{QStringLiteral("titan_two"), QStringLiteral("usb_communication")}},
-            {QStringLiteral("platform"), QStringLiteral("windows")}};
+    return runTimeMetadata();
 }
 
 QStringList FerryLinkPlugin::requiredInputBlocks() const {
-    return {
-        QString::fromLatin1(BlockName::kControllerInput),  QString::fromLatin1(BlockName::kControllerOutput),
-        QString::fromLatin1(BlockName::kControllerReport), QString::fromLatin1(BlockName::kCVData),
-        QString::fromLatin1(BlockName::kKeyboardRawInput), QString::fromLatin1(BlockName::kMouseRawInput)};
+    return requiredBlocks();
 }
 
 QStringList FerryLinkPlugin::requiredOutputBlocks() const {
-    return requiredInputBlocks();
+    return requiredBlocks();
 }
 
 void FerryLinkPlugin::setMemoryBlocks(const QList<MemoryBlockInfo>& blocks) {
@@ -129,7 +118,7 @@ void FerryLinkPlugin::connectWorkers() {
     connect(set, &WorkerSet::connectionStatusChanged, this, &FerryLinkPlugin::onConnectionStatusChanged);
     connect(set, &WorkerSet::deviceDisconnected, this, &FerryLinkPlugin::onDeviceDisconnected);
     connect(set, &WorkerSet::outboundReady, this, [this] {
-        status.acceptsCommands = wanted;
+        status.acceptsCommands = workers->acceptsPackets(); // it may have ended since
         emit statusChanged();
     });
     connect(set, &WorkerSet::packetRateChanged, this, [this](int packetsPerSecond) {
@@ -174,6 +163,7 @@ void FerryLinkPlugin::shutdown() {
     resumingConnection = false;
     reconnectionTimer.stop();
     restartTimer.stop();
+    endCapture();
     deviceManager->disconnectDevice();
     slotOperations->cancel(MemorySlotOperations::Notice::silent);
     stopWorkers();

@@ -123,6 +123,10 @@ bool WorkerSet::sendPacket(std::span<const std::uint8_t> packet) {
                                                           static_cast<qsizetype>(packet.size())));
 }
 
+bool WorkerSet::acceptsPackets() const {
+    return outbound->isReady();
+}
+
 // ---- Capture ----
 
 void WorkerSet::startCapture(const QString& path, CaptureSources sources) {

@@ -63,6 +63,8 @@ public:
 
     /// Has the outbound thread write one packet and waits for that; see PacketSender.
     bool sendPacket(std::span<const std::uint8_t> packet);
+    /// Whether sendPacket() can succeed.
+    bool acceptsPackets() const;
 
 signals:
     void failed(const QString& error); ///< of bridge or outbound thread; that one is ending

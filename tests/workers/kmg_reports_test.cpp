@@ -192,10 +192,10 @@ MouseData moved(std::int32_t x, std::int64_t totalX, std::uint64_t totalsStartNs
     MouseData record;
     record.motionX = x;
     record.motionY = -x;
-    record.wheel = 2 * x;
+    record.wheel = x;
     record.totalX = totalX;
     record.totalY = -totalX;
-    record.totalWheel = 2 * totalX;
+    record.totalWheel = totalX;
     record.totalsStartNs = totalsStartNs;
     return record;
 }
@@ -218,7 +218,7 @@ TEST(KmgMouse, LosesNoMotionWithRecordsThatNobodySaw) {
         const MouseMotion motion = tracker.take(step.record);
         EXPECT_EQ(motion.x, step.x) << step.what;
         EXPECT_EQ(motion.y, -step.x) << step.what;
-        EXPECT_EQ(motion.wheel, 2 * step.x) << step.what;
+        EXPECT_EQ(motion.wheel, step.x) << step.what;
     }
     tracker.restart();
     EXPECT_EQ(tracker.take(moved(1, 500, 9)).x, 1) << "totals from before a restart do not count";

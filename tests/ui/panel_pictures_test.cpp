@@ -3,11 +3,14 @@
 
 #include "tests/ui/panel_fixture.h"
 #include "ui/history_plot.h"
+#include "ui/slot_files.h"
 #include "ui/slot_list_view.h"
 #include "ui/transfer_view.h"
 
 #include <QDir>
+#include <QDragEnterEvent>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QScrollArea>
 
 #include <chrono>
@@ -111,9 +114,18 @@ TEST_F(PanelPictures, FitsEveryWidthInEveryState) {
              view->setProgress(61, 137);
              panel.findChild<SlotListView*>()->setTransferShare(3, 61 / 137.0);
          }},
-        {"reconnecting",
+        {"dragging",
          [this] {
              child<TransferView>("transferView")->hide();
+             panel.findChild<SlotListView*>()->setTransferShare(3, -1);
+             slot(2)->setFocus();
+             QMimeData data;
+             data.setData(QLatin1String(kGpcSourceMimeType), "/a.gpc");
+             QDragEnterEvent enter({9, 9}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+             QApplication::sendEvent(slot(3), &enter);
+         }},
+        {"reconnecting",
+         [this] {
              panel.setConnectionState(ConnectionState::reconnecting);
              panel.setErrorMessage(
                  QStringLiteral("The device was disconnected. Waiting for it to come back."));

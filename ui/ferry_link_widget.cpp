@@ -74,9 +74,10 @@ void FerryLinkWidget::buildLayout() {
 
     auto* rows = new QVBoxLayout(this);
     rows->setContentsMargins(6, 6, 6, 6);
-    for (QWidget* const part : std::initializer_list<QWidget*>{devices, runCard, banner, error, transfer})
+    for (QWidget* const part : std::initializer_list<QWidget*>{devices, runCard, banner, error})
         rows->addWidget(part);
     rows->addWidget(scroll, 1);
+    rows->addWidget(transfer); // at the foot: above the slots, it would move them from under the mouse
 }
 
 QWidget* FerryLinkWidget::buildGroups() {

@@ -284,7 +284,11 @@ TEST_F(Slots, TransfersShowTheirProgressAndHowTheyEnded) {
     auto* const bar = child<QProgressBar>("transferProgress");
     auto* const view = child<QWidget>("transferView");
     EXPECT_FALSE(view->isVisible());
+    QApplication::processEvents();
+    const QPoint place = slot(3)->mapTo(&panel, QPoint());
     emit operations.transferStarted(3, QStringLiteral("aim.gpc"), 137);
+    QApplication::processEvents();
+    EXPECT_EQ(slot(3)->mapTo(&panel, QPoint()), place) << "slots must not move from under the mouse";
     EXPECT_TRUE(bar->isVisible());
     EXPECT_EQ(value(QStringLiteral("Transfer")), QStringLiteral("aim.gpc \u2192 slot 3"));
     emit operations.transferProgressed(61, 137);

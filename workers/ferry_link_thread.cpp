@@ -5,6 +5,7 @@
 #include "platform/thread_priority.h"
 #include "workers/post.h"
 #include "workers/report_processor.h"
+#include "workers/worker_log.h"
 
 #include <array>
 #include <chrono>
@@ -136,7 +137,9 @@ bool FerryLinkThread::openDevice() {
     if (path.isEmpty())
         return false;
     device.reset(hid_open_path(path.toLocal8Bit().constData()));
-    if (device != nullptr && !acceptsSerial(serial))
+    if (device == nullptr)
+        adviseOnDeviceAccess(path);
+    else if (!acceptsSerial(serial))
         device.reset();
     return device != nullptr;
 }

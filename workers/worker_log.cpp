@@ -1,6 +1,7 @@
 #include "workers/worker_log.h"
 
 #include "host/logging_service.h"
+#include "platform/device_access.h"
 
 namespace Vantor {
 
@@ -23,6 +24,13 @@ void warnOfRefusedBlock(const char* blockName, const QString& reason) {
         QStringLiteral("The shared-memory block \"%1\" cannot be written: %2 End the other writer and "
                        "start the bridge again.")
             .arg(QLatin1String(blockName), reason));
+}
+
+void adviseOnDeviceAccess(const QString& devicePath) {
+    if (const char* const advice = platform::deviceAccessAdvice(devicePath.toLocal8Bit().constData()))
+        LoggingService::instance().warning(
+            logSource(),
+            QStringLiteral("This user may not open %1. %2").arg(devicePath, QString::fromUtf8(advice)));
 }
 
 } // namespace Vantor

@@ -17,5 +17,8 @@ void warnOfMissingBlock(const char* blockName, const QString& reason, const char
 QString blockNotOffered();
 /// Says that a block's record could not be written, and why (a sentence).
 void warnOfRefusedBlock(const char* blockName, const QString& reason);
+/// To be called when the adapter at `devicePath` could not be opened: says so and names the cure, if it is
+/// the system that keeps this user out; else says nothing.
+void adviseOnDeviceAccess(const QString& devicePath);
 
 } // namespace Vantor

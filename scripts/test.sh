@@ -7,13 +7,14 @@
 #   sanitize   the same under AddressSanitizer and UndefinedBehaviorSanitizer, the threaded ones under ThreadSanitizer
 #   style      formatting (clang-format) and a few rules of the house
 #   tidy       static analysis (clang-tidy)
+#   usb        the plug-in on a real USB stack: a guest kernel with simulated adapters as USB gadgets
 #   fuzz       every parser of foreign bytes, two at a time for a minute each, from the kept corpus; damaged files exhaustively
 #   bench      measures against named baselines and prints ratios; never fails on a figure
 #   all        every lane above
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-usage() { sed -n '2,12s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"; }
+usage() { sed -n '2,13s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"; }
 
 # Tests that measure counts against time claim the machine for themselves (RUN_SERIAL), so this is safe.
 jobs=$(nproc)
@@ -50,6 +51,10 @@ lane_fuzz() {
   scripts/fuzz.sh
 }
 
+lane_usb() {
+  scripts/usb_lane.sh
+}
+
 lane_bench() {
   build release
   scripts/bench.sh
@@ -58,8 +63,8 @@ lane_bench() {
 lanes=()
 for lane in "${@:-default}"; do
   case $lane in
-    default | sanitize | style | tidy | fuzz | bench) lanes+=("$lane") ;;
-    all) lanes+=(default sanitize style tidy fuzz bench) ;;
+    default | sanitize | style | tidy | usb | fuzz | bench) lanes+=("$lane") ;;
+    all) lanes+=(default sanitize style tidy usb fuzz bench) ;;
     -h | --help)
       usage
       exit 0

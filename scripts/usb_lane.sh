@@ -25,7 +25,7 @@ fetch_kernel() {
   mv "$lane/kernel.new" "$lane/kernel"
 }
 
-need "${packages[@]}" qemu-system-x86 busybox-static cpio
+need "${packages[@]}" qemu-system-x86 busybox-static cpio udev
 build release --target ferrylink_usb_guest
 fetch_kernel
 if [ "${1:-}" = --shell ]; then

@@ -85,7 +85,14 @@ TEST_F(Bridge, TellsAnOrdinaryUserTheCure) {
     EXPECT_TRUE(refused.second.contains("Failed to open Titan Two device")) << refused.second.constData();
     EXPECT_TRUE(refused.second.contains("70-ferrylink.rules")) << refused.second.constData();
 
-    // What the rule makes the login manager do.
+    // The rule puts a mark on the adapter, and the login manager acts on it, which is played here.
+    QProcess udevadm;
+    udevadm.start(QStringLiteral("udevadm"), {QStringLiteral("test"), QStringLiteral("/sys/class/hidraw") +
+                                                                          node.mid(node.lastIndexOf(u'/'))});
+    ASSERT_TRUE(udevadm.waitForFinished(static_cast<int>(kPatience.count())))
+        << qPrintable(udevadm.errorString());
+    const QByteArray marks = udevadm.readAllStandardOutput() + udevadm.readAllStandardError();
+    EXPECT_TRUE(marks.contains("TAGS=:uaccess:")) << marks.constData();
     ASSERT_EQ(chown(qPrintable(node), kUser, kUser), 0);
     const auto allowed = run();
     EXPECT_EQ(allowed.first, 0) << allowed.second.constData();

@@ -11,8 +11,10 @@ stage=$(mktemp -d)
 trap 'rm -rf "$stage"' EXIT
 chmod 755 "$stage" # an ordinary user of the guest starts at its root
 
-mkdir -p "$stage"/{bin,dev,etc,proc,root,sys,tmp,modules,opt/ferrylink/{bin,lib/plugins,examples}}
+mkdir -p "$stage"/{bin,dev,etc,proc,root,sys,tmp,run,modules,usr/lib/udev/rules.d,opt/ferrylink/{bin,lib/plugins,examples}}
 cp "$(command -v busybox)" "$stage/bin/busybox"
+cp "$(command -v udevadm)" "$stage/bin/udevadm"
+cp "$here/../../packaging/70-ferrylink.rules" "$stage/usr/lib/udev/rules.d/"
 cp "$here/guest_init.sh" "$stage/init"
 chmod 755 "$stage/init"
 printf 'root:x:0:0::/root:/bin/sh\nuser:x:1000:1000::/tmp:/bin/sh\n' >"$stage/etc/passwd"
@@ -32,10 +34,11 @@ ours="$stage/opt/ferrylink"
 cp "$build"/bin/{ferrylink-host,cvfeed,ferrylink-gadget,ferrylink_usb_scenarios,ferrylink_usb_bare_writer} "$ours/bin/"
 cp "$build/lib/libVantorCore.so" "$ours/lib/"
 cp "$build/lib/plugins/libFerryLink.so" "$ours/lib/plugins/"
+cp "$here"/../../examples/*.gpc "$ours/examples/"
 strip --strip-debug "$ours"/bin/* "$ours"/lib/*.so "$ours"/lib/plugins/*.so
 
 # What the loader finds, at the same places. Ours are found through LD_LIBRARY_PATH instead of where they were built.
-LD_LIBRARY_PATH="$ours/lib" ldd "$ours"/bin/* "$ours"/lib/plugins/*.so |
+LD_LIBRARY_PATH="$ours/lib" ldd "$stage/bin/udevadm" "$ours"/bin/* "$ours"/lib/plugins/*.so |
   grep -o '/[^ ]*' | grep -v -e ':$' -e "^$stage" | sort -u |
   while read -r library; do
     mkdir -p "$stage$(dirname "$library")"

@@ -6,6 +6,7 @@
 #include "ui/device_selector.h"
 #include "ui/empty_view.h"
 #include "ui/error_line.h"
+#include "ui/group_columns.h"
 #include "ui/kmg_view.h"
 #include "ui/metrics_view.h"
 #include "ui/slot_file_dialogs.h"
@@ -81,15 +82,15 @@ void FerryLinkWidget::buildLayout() {
 }
 
 QWidget* FerryLinkWidget::buildGroups() {
-    auto* parts = new QWidget(this);
+    auto* parts = new GroupColumns(this);
     slotList = new SlotListView(parts);
-    adapter = new AdapterView(parts);
     metrics = new MetricsView(parts);
     kmg = new KmgView(parts);
-    auto* rows = new QVBoxLayout(parts);
-    rows->setContentsMargins(0, 0, 0, 0);
-    for (QWidget* const part : std::initializer_list<QWidget*>{slotList, metrics, kmg, adapter})
-        rows->addWidget(part);
+    adapter = new AdapterView(parts);
+    parts->addGroup(slotList, 0);
+    parts->addGroup(metrics, 1);
+    parts->addGroup(kmg, 0);
+    parts->addGroup(adapter, 1);
     return parts;
 }
 

@@ -136,7 +136,7 @@ TEST_F(PanelPictures, FitsEveryWidthInEveryState) {
         scene.set();
         for (const bool isDark : {false, true}) {
             QApplication::setPalette(isDark ? darkPalette() : light);
-            for (const int width : {220, 300, 420}) {
+            for (const int width : {220, 300, 420, 700, 230}) {
                 panel.resize(width, 1180);
                 take(QStringLiteral("%1-%2-%3")
                          .arg(QLatin1String(scene.name))

@@ -2,7 +2,7 @@
 // ratio to code that does only what cannot be left out: three copies, decode, compare, copy. Both sides take
 // turns within one run. Every state differs from the one before, so that each is published.
 
-#include "bench/ratio_report.h"
+#include "bench/comparison.h"
 #include "device/controller_state_decoder.h"
 #include "host/memory_block_host.h"
 #include "host/shared_memory_accessor.h"
@@ -26,6 +26,7 @@ constexpr int kSamples = 20'000;
 constexpr int kWarmUp = 1000;
 constexpr int kStatesPerSample = 16; // one alone is about as short as reading the clock
 constexpr int kReportBytes = 64;
+constexpr double kGoal = 1.1;
 
 using Report = std::array<std::uint8_t, kReportBytes>;
 using State = std::array<Report, kStateParts>;
@@ -108,22 +109,6 @@ std::int64_t timed(Side& side, const std::vector<State>& states) {
     return (platform::monotonicNowNs() - start) / kStatesPerSample;
 }
 
-bench::RatioRow measure(Ours& ours, Bare& bare) {
-    const std::vector<State> states = makeStates();
-    std::vector<std::int64_t> oursNs;
-    std::vector<std::int64_t> bareNs;
-    for (int i = 0; i < kWarmUp + kSamples; ++i) {
-        const bool oursFirst = i % 2 == 0;
-        const std::int64_t first = oursFirst ? timed(ours, states) : timed(bare, states);
-        const std::int64_t second = oursFirst ? timed(bare, states) : timed(ours, states);
-        if (i >= kWarmUp) {
-            oursNs.push_back(oursFirst ? first : second);
-            bareNs.push_back(oursFirst ? second : first);
-        }
-    }
-    return {"3 reports", bench::percentilesOf(oursNs), bench::percentilesOf(bareNs)};
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -133,6 +118,10 @@ int main(int argc, char** argv) {
         qFatal("%s", qPrintable(host.errorString()));
     Ours ours(host.blocks());
     Bare bare(host.blocks()); // has the first block, which our side is never given a state for
-    bench::report("Controller state: three reports to published record", {measure(ours, bare)}, argc, argv);
+    const std::vector<State> states = makeStates();
+    bench::print(
+        "controller state: three reports to published record", "three copies, decode, compare, copy", kGoal,
+        bench::inTurns(
+            kWarmUp, kSamples, [&] { return timed(ours, states); }, [&] { return timed(bare, states); }));
     return 0;
 }

@@ -107,13 +107,17 @@ constexpr std::size_t kMostMacros = 256;   ///< pairs; more uses than definition
 } // namespace
 
 std::string fullSlotProgram(Language language) {
+    return unitsProgram(language, kUnitsOfAFullSlot);
+}
+
+std::string unitsProgram(Language language, std::size_t units) {
     const Parts& parts = partsOf(language);
     std::string text = parts.head;
-    for (std::size_t i = 0; i < kUnitsOfAFullSlot; ++i) {
+    for (std::size_t i = 0; i < units; ++i) {
         text += numbered(parts.function, i);
     }
     text += parts.mainBegin;
-    for (std::size_t i = 0; i < kUnitsOfAFullSlot; ++i) {
+    for (std::size_t i = 0; i < units; ++i) {
         text += numbered(parts.call, i);
     }
     return text + parts.mainEnd;

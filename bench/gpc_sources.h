@@ -11,9 +11,9 @@ enum class Language { Script, C, Lua };
 
 /// A program whose bytecode fills most of a memory slot: arithmetic, conditions, loops, calls, tables.
 std::string fullSlotProgram(Language language);
-inline std::string fullSlotScript() {
-    return fullSlotProgram(Language::Script);
-}
+
+/// The same with `units` functions, each with one call; about 135 bytes of bytecode each.
+std::string unitsProgram(Language language, std::size_t units);
 
 /// About `bytes` of comments, macros and code. Beyond what fits a memory slot the code is one sum of
 /// constants, which every compiler reads and expands but which costs no bytecode.

@@ -1,5 +1,6 @@
-// Writes the program that fills a memory slot in three languages: full_slot.gpc, full_slot.c and
-// full_slot.lua in the directory that is the only argument, and long.* of 4 MB.
+// Writes the programs that bench/compare_compilers.py compiles, in three languages (.gpc, .c, .lua), into the
+// directory that is the only argument: slot.*, which fills a memory slot, and long_1k.*, long_256k.* and
+// long_4m.* of comments, macros and code.
 #include "bench/gpc_sources.h"
 
 #include <cstdio>
@@ -17,9 +18,16 @@ int main(int argc, char** argv) {
         Language language;
         const char* suffix;
     } kFiles[]{{Language::Script, ".gpc"}, {Language::C, ".c"}, {Language::Lua, ".lua"}};
+    const struct {
+        const char* name;
+        std::size_t bytes;
+    } kLong[]{{"/long_1k", std::size_t{1} << 10},
+              {"/long_256k", std::size_t{1} << 18},
+              {"/long_4m", std::size_t{1} << 22}};
     for (const auto& file : kFiles) {
-        std::ofstream(directory + "/full_slot" + file.suffix) << fullSlotProgram(file.language);
-        std::ofstream(directory + "/long" + file.suffix) << longProgram(file.language, std::size_t{4} << 20);
+        std::ofstream(directory + "/slot" + file.suffix) << fullSlotProgram(file.language);
+        for (const auto& each : kLong)
+            std::ofstream(directory + each.name + file.suffix) << longProgram(file.language, each.bytes);
     }
     return 0;
 }

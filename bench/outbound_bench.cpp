@@ -2,8 +2,8 @@
 // a thread that does nothing but wait for the event, copy the payload and write the reports. Both sides take
 // turns within one run, so that what else the machine does strikes both alike.
 
+#include "bench/comparison.h"
 #include "bench/null_hidapi.h"
-#include "bench/ratio_report.h"
 #include "host/memory_block_host.h"
 #include "host/records.h"
 #include "host/shared_memory_accessor.h"
@@ -29,6 +29,7 @@ using Vantor::bench::sink;
 
 constexpr int kSamples = 4000;
 constexpr int kWarmUp = 200;
+constexpr double kGoal = 1.1;
 constexpr std::int64_t kFrameTimeoutNs = 10'000'000'000;
 
 /// A CVData block with a producer attached, and the sink that its frames end in.
@@ -114,21 +115,11 @@ private:
     std::thread thread;
 };
 
-bench::RatioRow measure(Side& ours, Side& bare, int packets) {
+void measure(Side& ours, Side& bare, int packets) {
     const std::vector<std::uint8_t> payload(static_cast<std::size_t>(std::min(packets * 60, 256)), 0x5A);
-    std::vector<std::int64_t> oursNs;
-    std::vector<std::int64_t> bareNs;
-    for (int i = 0; i < kWarmUp + kSamples; ++i) {
-        const bool oursFirst = i % 2 == 0;
-        const std::int64_t first = (oursFirst ? ours : bare).sendFrame(payload, packets);
-        const std::int64_t second = (oursFirst ? bare : ours).sendFrame(payload, packets);
-        if (i >= kWarmUp) {
-            oursNs.push_back(oursFirst ? first : second);
-            bareNs.push_back(oursFirst ? second : first);
-        }
-    }
-    return {std::to_string(packets) + (packets == 1 ? " packet" : " packets"), bench::percentilesOf(oursNs),
-            bench::percentilesOf(bareNs)};
+    const auto frame = [&](Side& side) { return [&] { return side.sendFrame(payload, packets); }; };
+    bench::print("frame: event to last of " + std::to_string(packets) + " reports", "wait, copy, write",
+                 kGoal, bench::inTurns(kWarmUp, kSamples, frame(ours), frame(bare)));
 }
 
 } // namespace
@@ -145,10 +136,8 @@ int main(int argc, char** argv) {
     outbound.start(QThread::HighestPriority);
     const BareThread baseline(bare);
 
-    std::vector<bench::RatioRow> rows;
     for (int packets = 1; packets <= 5; ++packets)
-        rows.push_back(measure(ours, bare, packets));
-    bench::report("Frame: event to last report written", rows, argc, argv);
+        measure(ours, bare, packets);
     outbound.stop();
     return 0;
 }

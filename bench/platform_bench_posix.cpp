@@ -1,115 +1,121 @@
 // What our events cost between two processes, beside the plainest pair that Linux has: two eventfds and
-// poll(). Each benchmark hands a turn to a child process and back; compare the two times of one run, not with
-// other runs.
+// poll(). Each side hands a turn to a child process of its own and back; a sample is one way, half of that.
+#include "bench/comparison.h"
+#include "platform/clock.h"
 #include "platform/event.h"
 #include "platform/shared_memory.h"
-
-#include <benchmark/benchmark.h>
 
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
-#include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <string>
-#include <vector>
 
 namespace {
 
+using namespace Vantor;
 using namespace Vantor::platform;
 
-/// A child process that runs `answer` until it is killed.
-template<class Answer>
-pid_t startChild(Answer answer) {
-    const pid_t child = fork();
-    if (child == 0) {
-        for (;;)
-            answer();
-    }
-    return child;
-}
+constexpr int kWarmUp = 1000;
+constexpr int kSamples = 20'000;
+constexpr double kGoal = 1.1;
+constexpr std::uint32_t kTimeoutMs = 10'000;
 
-/// Measures round trips and reports the median of one way, which a scheduler's outliers do not move.
-template<class RoundTrip>
-void measure(benchmark::State& state, pid_t child, RoundTrip roundTrip) {
-    std::vector<double> microseconds;
-    microseconds.reserve(1 << 20);
-    for (auto _ : state) {
-        const auto start = std::chrono::steady_clock::now();
-        roundTrip();
-        const std::chrono::duration<double, std::micro> elapsed = std::chrono::steady_clock::now() - start;
-        microseconds.push_back(elapsed.count() / 2);
-    }
-    const auto middle = microseconds.begin() + static_cast<std::ptrdiff_t>(microseconds.size() / 2);
-    std::nth_element(microseconds.begin(), middle, microseconds.end());
-    state.counters["one_way_p50_us"] = *middle;
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
-}
-
-/// Three events are waited for, as the worker that forwards frames does; the last one is used.
-void eventsBetweenProcesses(benchmark::State& state) {
-    const std::string name = "bench." + std::to_string(getpid());
-    SharedMemory memory;
-    if (memory.create(name, 2 * kEventWordBytes) != SharedMemory::Status::ok) {
-        state.SkipWithError("no shared memory");
+void check(bool good, const char* what) {
+    if (good)
         return;
+    std::perror(what);
+    std::exit(1);
+}
+
+/// Our events, in shared memory. Both sides wait for three, as the worker that forwards frames does; the last
+/// one is used.
+class OurEvents {
+public:
+    OurEvents() {
+        const std::string name = "bench." + std::to_string(getpid());
+        check(memory.create(name, 2 * kEventWordBytes) == SharedMemory::Status::ok, "shared memory");
+        SharedMemory::unlink(name);
+        events = {Event::shared("ping", memory.data()),
+                  Event::shared("pong", memory.data() + kEventWordBytes)};
     }
-    SharedMemory::unlink(name);
-    Event ping = Event::shared("ping", memory.data());
-    Event pong = Event::shared("pong", memory.data() + kEventWordBytes);
+    void set(std::size_t index) { events[index].set(); }
+    void take(std::size_t index) {
+        const std::array handles{idleA.handle(), idleB.handle(), events[index].handle()};
+        check(waitAny(handles, kTimeoutMs).index == 2, "no answer to an event");
+        events[index].reset();
+    }
+
+private:
+    SharedMemory memory;
+    std::array<Event, 2> events{Event::none(), Event::none()};
     const Event idleA;
     const Event idleB;
-    const auto take = [&](Event& event) {
-        const std::array handles{idleA.handle(), idleB.handle(), event.handle()};
-        waitAny(handles, 1000);
-        event.reset();
-    };
-    const pid_t child = startChild([&] {
-        take(ping);
-        pong.set();
-    });
-    measure(state, child, [&] {
-        ping.set();
-        take(pong);
-    });
-}
-BENCHMARK(eventsBetweenProcesses)->UseRealTime();
+};
 
-void eventfdAndPollBetweenProcesses(benchmark::State& state) {
+class EventFiles {
+public:
+    void set(std::size_t index) {
+        constexpr std::uint64_t kOne = 1;
+        check(write(files[index], &kOne, sizeof kOne) == sizeof kOne, "eventfd");
+    }
+    void take(std::size_t index) {
+        std::array<pollfd, 3> waiting{pollfd{idleA, POLLIN, 0}, pollfd{idleB, POLLIN, 0},
+                                      pollfd{files[index], POLLIN, 0}};
+        check(poll(waiting.data(), waiting.size(), kTimeoutMs) == 1, "no answer to an eventfd");
+        std::uint64_t count = 0;
+        check(read(files[index], &count, sizeof count) == sizeof count, "eventfd");
+    }
+
+private:
     const int idleA = eventfd(0, 0);
     const int idleB = eventfd(0, 0);
-    const int ping = eventfd(0, 0);
-    const int pong = eventfd(0, 0);
-    const auto set = [](int file) {
-        constexpr std::uint64_t kOne = 1;
-        return write(file, &kOne, sizeof kOne);
-    };
-    const auto take = [&](int file) {
-        std::array<pollfd, 3> files{pollfd{idleA, POLLIN, 0}, pollfd{idleB, POLLIN, 0},
-                                    pollfd{file, POLLIN, 0}};
-        poll(files.data(), files.size(), 1000);
-        std::uint64_t count = 0;
-        return read(file, &count, sizeof count);
-    };
-    const pid_t child = startChild([&] {
-        benchmark::DoNotOptimize(take(ping));
-        benchmark::DoNotOptimize(set(pong));
-    });
-    measure(state, child, [&] {
-        benchmark::DoNotOptimize(set(ping));
-        benchmark::DoNotOptimize(take(pong));
-    });
-    for (const int file : {idleA, idleB, ping, pong})
-        close(file);
-}
-BENCHMARK(eventfdAndPollBetweenProcesses)->UseRealTime();
+    const std::array<int, 2> files{eventfd(0, 0), eventfd(0, 0)};
+};
+
+/// One pair of events and a child process that answers the first with the second until it is killed.
+template<class Pair>
+class Turns {
+public:
+    Turns() : child(fork()) {
+        check(child >= 0, "fork");
+        while (child == 0) {
+            pair.take(0);
+            pair.set(1);
+        }
+    }
+    ~Turns() {
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
+    Turns(const Turns&) = delete;
+    Turns& operator=(const Turns&) = delete;
+
+    double oneWayNs() {
+        const std::int64_t start = monotonicNowNs();
+        pair.set(0);
+        pair.take(1);
+        return static_cast<double>(monotonicNowNs() - start) / 2;
+    }
+
+private:
+    Pair pair;
+    const pid_t child;
+};
 
 } // namespace
 
-BENCHMARK_MAIN();
+int main() {
+    Turns<OurEvents> ours;
+    Turns<EventFiles> plain;
+    bench::print("event: one way between processes", "eventfd and poll", kGoal,
+                 bench::inTurns(
+                     kWarmUp, kSamples, [&] { return ours.oneWayNs(); }, [&] { return plain.oneWayNs(); }));
+    return 0;
+}

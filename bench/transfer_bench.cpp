@@ -2,8 +2,8 @@
 // a ratio to a loop that does nothing but hand the same 137 reports to the same outbound thread. Both sides
 // take turns within one run.
 
+#include "bench/comparison.h"
 #include "bench/null_hidapi.h"
-#include "bench/ratio_report.h"
 #include "host/logging_service.h"
 #include "platform/clock.h"
 #include "ui/slot_operations.h"
@@ -22,6 +22,7 @@ using namespace Vantor;
 
 constexpr int kSamples = 400;
 constexpr int kWarmUp = 20;
+constexpr double kGoal = 1.1;
 constexpr qsizetype kFileBytes = 8192;
 constexpr int kReports = 137;
 constexpr std::int64_t kStartTimeoutNs = 5'000'000'000;
@@ -101,21 +102,13 @@ int main(int argc, char** argv) {
         return isWritten;
     });
 
-    std::vector<std::int64_t> ours;
-    std::vector<std::int64_t> bare;
-    for (int i = 0; i < kWarmUp + kSamples; ++i) {
-        const bool oursFirst = i % 2 == 0;
-        const std::int64_t first = oursFirst ? transferNs(operations, path) : bareNs(outbound, packets);
-        const std::int64_t second = oursFirst ? bareNs(outbound, packets) : transferNs(operations, path);
-        if (i >= kWarmUp) {
-            ours.push_back(oursFirst ? first : second);
-            bare.push_back(oursFirst ? second : first);
-        }
-    }
+    const bench::Samples samples = bench::inTurns(
+        kWarmUp, kSamples, [&] { return transferNs(operations, path); },
+        [&] { return bareNs(outbound, packets); });
     outbound.stop();
     if (written != (kWarmUp + kSamples) * kReports)
         qFatal("%d reports were written", written);
-    bench::report("Transfer of 8192 bytes: from the file to the last report written",
-                  {{"137 reports", bench::percentilesOf(ours), bench::percentilesOf(bare)}}, argc, argv);
+    bench::print("transfer of 8,192 bytes: file to last report", "137 packets to the same mailbox", kGoal,
+                 samples);
     return 0;
 }

@@ -1,16 +1,17 @@
 #!/usr/bin/env bash
-# Runs the measurements in bench/ one after the other and prints their tables of ratios.
-# Each compares with a baseline in the same run: read the ratios, not the times. A quiet machine gives steadier ones.
+# Runs the measurements in bench/ one after the other and prints one table of ratios; docs/performance.md says how to read it.
+#   scripts/bench.sh [NAME...]    outbound, controller, transfer, platform, scaling, panel, start, compilers; all without a name
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-need lua5.4 tcc
-shopt -s nullglob
-benches=(build/release/bin/*_bench)
-[ ${#benches[@]} -gt 0 ] || die "nothing to run in build/release/bin; run scripts/test.sh bench"
-for bench in "${benches[@]}"; do
-  say "$(basename "$bench")"
-  "$bench"
+need lua5.4 tcc python3
+commands=()
+for name in "${@:-outbound controller transfer platform start panel scaling compilers}"; do
+  for bench in $name; do
+    case $bench in
+      compilers) commands+=("bench/compare_compilers.py build/release/bin") ;;
+      *) commands+=("build/release/bin/ferrylink_${bench}_bench") ;;
+    esac
+  done
 done
-say "gpc beside luac and tcc, as whole processes"
-bench/compare_compilers.sh
+exec bench/table.py "${commands[@]}"

@@ -15,7 +15,7 @@ die() {
 packages=(
   g++ cmake ninja-build ccache pkg-config python3
   qt6-base-dev libgl-dev libhidapi-dev libcli11-dev nlohmann-json3-dev
-  libgtest-dev libgmock-dev libbenchmark-dev tcc
+  libgtest-dev libgmock-dev tcc
 )
 
 # need PACKAGE...: installs those that are missing.

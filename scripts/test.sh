@@ -9,7 +9,7 @@
 #   tidy       static analysis (clang-tidy)
 #   usb        the plug-in on a real USB stack: a guest kernel with simulated adapters as USB gadgets
 #   fuzz       every parser of foreign bytes, two at a time for a minute each, from the kept corpus; damaged files exhaustively
-#   bench      measures against named baselines and prints ratios; never fails on a figure
+#   bench      measures against named baselines and prints one table of ratios; never fails on a figure
 #   all        every lane above
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -56,7 +56,7 @@ lane_usb() {
 }
 
 lane_bench() {
-  build release
+  build release --target ferrylink_benches
   scripts/bench.sh
 }
 

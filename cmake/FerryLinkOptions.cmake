@@ -1,7 +1,7 @@
 # Switches of the build and what follows from them for every target.
 
 option(FERRYLINK_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
-option(FERRYLINK_BUILD_BENCHMARKS "Build the programs in bench/ (needs Google Benchmark)" ON)
+option(FERRYLINK_BUILD_BENCHMARKS "Build the programs in bench/" ON)
 set(FERRYLINK_SANITIZER "" CACHE STRING
   "Sanitizer for everything: address (with undefined), thread, fuzzer (address, undefined and what libFuzzer needs; clang only), or empty")
 set_property(CACHE FERRYLINK_SANITIZER PROPERTY STRINGS "" address thread fuzzer)

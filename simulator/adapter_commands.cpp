@@ -56,6 +56,7 @@ void AdapterModel::takeLoadSlot(Packet packet, std::int64_t nowNs) noexcept {
         reportError("load slot packet: there is no slot %u", slot);
     else
         loadSlot(slot, nowNs);
+    requestListing(nowNs);
 }
 
 void AdapterModel::takeClear(Packet packet, std::int64_t nowNs) noexcept {
@@ -72,9 +73,11 @@ void AdapterModel::takeClear(Packet packet, std::int64_t nowNs) noexcept {
     setSlotFile(slot, packet[0] == kClearScriptCommand ? SlotPart::script : SlotPart::translator, {}, nowNs);
 }
 
-void AdapterModel::takeOutputProtocol(Packet packet) noexcept {
-    if (isTemplate(packet, kOutputProtocolPacket, kOutputProtocolPlace, "output protocol"))
-        setOutputProtocol(packet[kOutputProtocolPlace]);
+void AdapterModel::takeOutputProtocol(Packet packet, std::int64_t nowNs) noexcept {
+    if (!isTemplate(packet, kOutputProtocolPacket, kOutputProtocolPlace, "output protocol"))
+        return;
+    setOutputProtocol(packet[kOutputProtocolPlace]);
+    requestListing(nowNs);
 }
 
 void AdapterModel::setOutputProtocol(std::uint8_t protocol) noexcept {
@@ -132,6 +135,10 @@ void AdapterModel::slotChanged(unsigned slot, std::int64_t nowNs) noexcept {
             queueAnswer(loadedSlotReport(content));
         }
     }
+    requestListing(nowNs);
+}
+
+void AdapterModel::requestListing(std::int64_t nowNs) noexcept {
     listingDueNs = std::max(nowNs, listingSpacedNs);
 }
 

@@ -99,7 +99,7 @@ void AdapterModel::receive(std::span<const std::uint8_t> report, std::int64_t no
     // apart.
     if (packet[0] == kOutputProtocolPacket[0] && packet[2] == kOutputProtocolPacket[2]) {
         ++counts.otherCommands;
-        takeOutputProtocol(packet);
+        takeOutputProtocol(packet, nowNs);
         return;
     }
     for (const Command& command : kCommands) {

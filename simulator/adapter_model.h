@@ -114,7 +114,7 @@ private:
     void takeEnd(Packet packet, std::int64_t nowNs) noexcept;
     void takeLoadSlot(Packet packet, std::int64_t nowNs) noexcept;
     void takeClear(Packet packet, std::int64_t nowNs) noexcept;
-    void takeOutputProtocol(Packet packet) noexcept;
+    void takeOutputProtocol(Packet packet, std::int64_t nowNs) noexcept;
     void takeTransfer(Packet packet, std::int64_t nowNs) noexcept;
     void takeCaptureStart(Packet packet, std::int64_t nowNs) noexcept;
     void takeCaptureInput(Packet packet, std::int64_t nowNs) noexcept;
@@ -123,6 +123,7 @@ private:
 
     void answer(std::size_t initialisationIndex, std::int64_t nowNs) noexcept;
     void queueAnswer(const Report& report) noexcept;
+    void requestListing(std::int64_t nowNs) noexcept;
     void queueListing(std::int64_t nowNs) noexcept;
     void slotChanged(unsigned slot, std::int64_t nowNs) noexcept;
     void startScript(std::int64_t nowNs) noexcept;

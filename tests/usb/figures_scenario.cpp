@@ -18,8 +18,8 @@ constexpr int kFramesHz = 25;
 constexpr int kFrames = 250;
 constexpr int kFrameBytes = 128; // three reports
 
-/// At p50, of FerryLink's way to the bare writer's. The goal is 1.1; beyond this something is wrong.
-constexpr double kMaxRatio = 1.25;
+/// At p50, of FerryLink's way to the bare writer's.
+constexpr double kMaxRatio = 1.1;
 
 struct Latency {
     double p50Us = 0;

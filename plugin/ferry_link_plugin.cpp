@@ -277,6 +277,7 @@ void FerryLinkPlugin::onBridgeError(const QString& error) {
         return;
     }
     stopWorkers();
+    workers->dropNews(); // the other worker's, which would pass for those of a connection
     showError(error);
     startReconnecting();
 }
@@ -303,6 +304,7 @@ void FerryLinkPlugin::onDeviceDisconnected() {
     if (reconnectionTimer.isActive())
         return; // the other worker has said so already
     stopWorkers();
+    workers->dropNews(); // what they said before the loss does not hold any more
     const QString message = tr("The device was disconnected. Waiting for it to come back.");
     LoggingService::instance().warning(logSource(), message);
     showError(message);

@@ -2,6 +2,8 @@
 
 #include "plugin_fixture.h"
 
+#include <algorithm>
+
 namespace Vantor {
 namespace {
 
@@ -91,6 +93,37 @@ TEST_F(Devices, AFreshlyPluggedAdapterThatRefusesAtFirstIsTriedAgain) {
     virtual_adapter_replug(a, nullptr);
     EXPECT_TRUE(becomes("connected"));
     EXPECT_GE(statistics(a).open_failures, 1U);
+}
+
+// What the other worker still says of an attempt that has failed comes when nothing runs any more.
+TEST_F(Devices, AFailedAttemptLeavesNothingThatLooksLikeAConnection) {
+    const int a = virtual_adapter_add("bus:1", "A", nullptr);
+    ASSERT_TRUE(bringUp());
+    connectTo(a);
+    virtual_adapter_unplug(a);
+    ASSERT_TRUE(becomes("reconnecting"));
+    virtual_adapter_replug(a, nullptr);
+    struct Case {
+        virtual_adapter_operation operation;
+        unsigned kth;
+    };
+    for (const Case& c : {Case{VIRTUAL_ADAPTER_OPEN, 1}, Case{VIRTUAL_ADAPTER_OPEN, 2},
+                          Case{VIRTUAL_ADAPTER_WRITE, 1}, Case{VIRTUAL_ADAPTER_WRITE, 5}}) {
+        LoggingService::instance().clear();
+        virtual_adapter_fail(a, c.operation, c.kth, 1);
+        QMetaObject::invokeMethod(object, "attemptReconnection");
+        const auto hasFailed = [] {
+            const QList<LogEntry> entries = LoggingService::instance().entries();
+            return std::any_of(entries.begin(), entries.end(),
+                               [](const LogEntry& entry) { return entry.level == LogEntry::Level::error; });
+        };
+        ASSERT_TRUE(eventually(hasFailed));
+        QCoreApplication::processEvents();
+        EXPECT_EQ(connection(), QStringLiteral("reconnecting")) << c.operation << " " << c.kth;
+        EXPECT_FALSE(acceptsCommands()) << c.operation << " " << c.kth;
+        EXPECT_TRUE(status()[QStringLiteral("firmware")].isNull()) << c.operation << " " << c.kth;
+    }
+    EXPECT_TRUE(becomes("connected"));
 }
 
 TEST_F(Devices, StoppingEndsTheSearch) {

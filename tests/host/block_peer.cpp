@@ -3,9 +3,11 @@
 //   host   makes the standard blocks
 //   write  writes one CVData record as a writer that stays
 //   torn   starts to write a CVData record, and never ends
+//   flood  writes CVData records that prove themselves (proven_record.h) without a pause, until it is killed
 #include "host/block_access.h"
 #include "host/memory_block_host.h"
 #include "host/shared_memory_accessor.h"
+#include "proven_record.h"
 
 #include <array>
 #include <cstdio>
@@ -31,6 +33,30 @@ bool write(SharedMemoryAccessor& accessor, bool torn) {
     return true;
 }
 
+/// Returns only when a record cannot be written.
+bool flood(SharedMemoryAccessor& accessor) {
+    if (!accessor.connect())
+        return false;
+    const std::byte* const block = accessor.getHeaderPointer();
+    bool announced = false;
+    for (;;) {
+        const auto last =
+            blockLoad<std::int64_t>(block, BlockLayout::kSequenceOffset, std::memory_order_relaxed);
+        const test::ProvenRecord record(last + 1);
+        if (!accessor.writeData(record.bytes.data(), record.length, record.timestampNs))
+            return false;
+        if (!announced) {
+            std::puts("ready");
+            std::fflush(stdout);
+            announced = true;
+        }
+    }
+}
+
+bool play(std::string_view role, SharedMemoryAccessor& accessor) {
+    return role == "flood" ? flood(accessor) : write(accessor, role == "torn");
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -40,7 +66,7 @@ int main(int argc, char** argv) {
     const QList<MemoryBlockInfo> blocks = standardBlocks(QString::fromLatin1(argv[2]));
     MemoryBlockHost host;
     SharedMemoryAccessor accessor(blocks[3]);
-    const bool done = role == "host" ? host.create(blocks) : write(accessor, role == "torn");
+    const bool done = role == "host" ? host.create(blocks) : play(role, accessor);
     std::puts(done ? "ready" : qPrintable(host.errorString() + accessor.errorString()));
     std::fflush(stdout);
     while (std::getchar() != EOF) {

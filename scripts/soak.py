@@ -25,6 +25,8 @@ SAMPLE_SECONDS = 5
 WARM_UP_SHARE = 0.1
 # Growth of the resident memory, median of the last tenth against the first tenth behind the warm-up.
 MEMORY_GROWTH_KIB = 512
+# See judge_report().
+COINCIDENCE_SHARE = 1e-4
 
 
 def sample(pid):
@@ -86,10 +88,11 @@ def judge_report(report):
     frames, states, blocks = report["frames"], report["states"], report["blocks"]
     if frames["forwarded"] + frames["overwritten"] != frames["published"]:
         faults.append(f"frames do not add up: {frames}")
-    # The producer counts on its own which frames it replaced before anybody had woken for them. The reader may wake and
-    # still find the next frame, so its count may be higher, never lower, by what raced in that moment.
-    if frames["overwritten"] < frames["unclaimed"]:
-        faults.append(f"more frames were replaced unseen than are missing: {frames}")
+    # The producer counts on its own the frames that it replaced while their event was still set. Between its look and its
+    # next frame the reader may take one all the same, and between the reader's wake-up and its look the producer may
+    # replace one: the two counts differ by such coincidences, and by nothing else.
+    if abs(frames["overwritten"] - frames["unclaimed"]) > 2 + frames["published"] * COINCIDENCE_SHARE:
+        faults.append(f"the producer says otherwise of the frames that were replaced: {frames}")
     for name in ("corrupt", "repeated", "out_of_order"):
         if frames[name]:
             faults.append(f"{frames[name]} frames {name.replace('_', ' ')}")

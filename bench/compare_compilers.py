@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Times 'gpc compile' as a whole process beside luac and tcc on the same program in their languages, in turns, and beside
-/bin/true, the least that a process costs on this machine. Prints lines for bench/table.py; processor time.
+/bin/true, the least that a process costs on this machine. Without debug information, as all of them ship. Prints lines for
+bench/table.py; processor time.
 
 Usage: bench/compare_compilers.py [DIRECTORY OF THE BUILT PROGRAMS]
 """
@@ -30,9 +31,9 @@ def processor_ns(arguments):
     return (usage.ru_utime + usage.ru_stime) * 1e9
 
 
-def commands(programs, base):
+def commands(gpc, base):
     return {
-        "gpc": [f"{programs}/gpc", "compile", f"{base}.gpc", "-o", f"{base}.gbc", "--stamp", "1"],
+        "gpc": [gpc, "compile", f"{base}.gpc", "-o", f"{base}.gbc", "--stamp", "1"],
         "luac": [shutil.which("luac5.4"), "-o", f"{base}.luac", f"{base}.lua"],
         "tcc": [shutil.which("tcc"), "-c", f"{base}.c", "-o", f"{base}.o"],
         "an empty process": ["/bin/true"],
@@ -57,8 +58,10 @@ def main():
     programs = sys.argv[1] if len(sys.argv) > 1 else "build/release/bin"
     with tempfile.TemporaryDirectory() as directory:
         subprocess.run([f"{programs}/ferrylink_gpc_write_sources", directory], check=True)
+        gpc = f"{directory}/gpc_as_shipped"
+        subprocess.run(["strip", "-o", gpc, f"{programs}/gpc"], check=True)
         for name, (what, rounds) in PROGRAMS.items():
-            compare(what, commands(programs, f"{directory}/{name}"), rounds)
+            compare(what, commands(gpc, f"{directory}/{name}"), rounds)
 
 
 if __name__ == "__main__":

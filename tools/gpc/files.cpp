@@ -6,12 +6,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <memory>
-#include <random>
 #include <system_error>
 
 namespace Vantor::gpctool {
@@ -59,10 +59,14 @@ int writeInPlace(const std::string& path, std::string_view content) {
     return file && writeAll(file.get(), content) ? 0 : errno;
 }
 
-/// A name beside the file that nobody else uses.
+/// A name beside the file that nobody else uses: the time, and where the system has put this process's stack.
+/// The library's random device would ask the processor what it can do, which takes a virtual machine longer
+/// than compiling a short script.
 fs::path temporaryBeside(const fs::path& file) {
     fs::path path = file;
-    path += '.' + std::to_string(std::random_device{}()) + ".tmp";
+    const auto now = std::chrono::system_clock::now().time_since_epoch().count();
+    path +=
+        '.' + std::to_string(now) + '.' + std::to_string(reinterpret_cast<std::uintptr_t>(&path)) + ".tmp";
     return path;
 }
 

@@ -16,10 +16,11 @@ void printLine(const nlohmann::json& row) {
 
 } // namespace
 
-void print(const std::string& what, const std::string& baseline, double goal, const Samples& samples) {
+void print(const std::string& what, const std::string& baseline, std::optional<double> goal,
+           const Samples& samples) {
     printLine({{"what", what},
                {"baseline", baseline},
-               {"goal", goal},
+               {"goal", goal ? nlohmann::json(*goal) : nlohmann::json()},
                {"ours_ns", samples.ours},
                {"baseline_ns", samples.baseline}});
 }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,8 +42,10 @@ Samples inTurns(int warmUp, int pairs, Ours ours, Baseline baseline) {
     return samples;
 }
 
-/// Ours against a baseline. `goal`: the highest ratio of the medians that is good enough.
-void print(const std::string& what, const std::string& baseline, double goal, const Samples& samples);
+/// Ours against a baseline. `goal`: the highest ratio of the medians that is good enough; none for a ratio
+/// that is there to be read.
+void print(const std::string& what, const std::string& baseline, std::optional<double> goal,
+           const Samples& samples);
 
 /// What one size costs; `ns` in the order of the rounds.
 struct SizeSamples {

@@ -59,8 +59,11 @@ QString AdapterChoice::pathToStartOn(const QList<TitanDevice>& devices) const {
 }
 
 void AdapterChoice::remember(const QString& path, const TitanDevice* device) {
+    if (device != nullptr)
+        lastSerial = device->serialNumber;
+    else if (path != lastPath)
+        lastSerial.clear();
     lastPath = path;
-    lastSerial = device == nullptr ? QString() : device->serialNumber;
 }
 
 const TitanDevice* AdapterChoice::findAgain(const QList<TitanDevice>& devices) const {

@@ -32,7 +32,8 @@ public:
     /// The chosen adapter if it is there, else the first one; empty for an empty list.
     QString pathToStartOn(const QList<TitanDevice>& devices) const;
 
-    /// The bridge is being started on this path; `device` is what is known of it, or null.
+    /// The bridge is being started on this path; `device` is what is known of it, or null. Null, as from a
+    /// list that could not be had, takes nothing away from what is known of the same path.
     void remember(const QString& path, const TitanDevice* device);
     void rememberPath(const QString& path) { lastPath = path; }
     const QString& rememberedPath() const { return lastPath; }

@@ -193,6 +193,7 @@ void FerryLinkPlugin::startOnChosenDevice() {
         endWork(error);
         return;
     }
+    choice.remember(path, findDevice(devices, path));
     onStartBridgeRequested(path);
 }
 
@@ -335,6 +336,7 @@ void FerryLinkPlugin::attemptReconnection() {
         panel->setDevices(devices, choice.chosenSerial());
         panel->selectDevice(found->path);
     }
+    choice.remember(found->path, found);
     reconnectTo(found->path);
 }
 

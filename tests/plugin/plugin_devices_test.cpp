@@ -126,6 +126,21 @@ TEST_F(Devices, AFailedAttemptLeavesNothingThatLooksLikeAConnection) {
     EXPECT_TRUE(becomes("connected"));
 }
 
+// Starting looks the adapters up twice; without the second list the first one's word must do.
+TEST_F(Devices, AnAdapterIsKnownAgainElsewhereAlthoughAListFailedAtTheStart) {
+    const int a = virtual_adapter_add("bus:1", "A", nullptr);
+    ASSERT_TRUE(bringUp());
+    virtual_adapter_fail(VIRTUAL_ADAPTER_LIBRARY, VIRTUAL_ADAPTER_ENUMERATE, 2, 1);
+    connectTo(a);
+    for (const char* const path : {"bus:2", "bus:3"}) {
+        virtual_adapter_unplug(a);
+        ASSERT_TRUE(becomes("reconnecting"));
+        virtual_adapter_replug(a, path);
+        virtual_adapter_fail(VIRTUAL_ADAPTER_LIBRARY, VIRTUAL_ADAPTER_ENUMERATE, 2, 1);
+        ASSERT_TRUE(becomes("connected")) << path;
+    }
+}
+
 TEST_F(Devices, StoppingEndsTheSearch) {
     const int a = virtual_adapter_add("bus:1", "A", nullptr);
     ASSERT_TRUE(bringUp());

@@ -137,7 +137,7 @@ bool Trial::isLosing(virtual_adapter_operation operation) const {
 /// Whether a call that was made to fail, the `from`-th or a later one, has been made.
 bool Trial::hasFailed(virtual_adapter_operation operation, unsigned from) const {
     const auto isHit = [&](const Fault& fault) {
-        return fault.operation == operation && fault.strike == Strike::once && fault.kth >= from &&
+        return fault.operation == operation && fault.strike != Strike::stall && fault.kth >= from &&
                callsMade(operation) >= fault.kth;
     };
     return isHit(current.first) || (current.second && isHit(*current.second));

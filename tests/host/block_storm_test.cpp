@@ -102,7 +102,7 @@ TEST_F(BlockStorm, NoRecordOfAProducerAtFullSpeedIsTorn) {
 
 TEST_F(BlockStorm, AProducerKilledAnywhereCostsARecordAndTheNextOneIsHeard) {
     constexpr int kMostAttemptsBeforeTheEnd = 20'000;
-    const long long kills = fromEnvironment("FERRYLINK_MEMORY_KILLS", 50);
+    const long long kills = fromEnvironment("FERRYLINK_MEMORY_KILLS", FERRYLINK_DEFAULT_KILLS);
     std::mt19937 random(static_cast<unsigned>(fromEnvironment("FERRYLINK_MEMORY_SEED", 1)));
     std::uniform_int_distribution<int> lifetime(0, kMostAttemptsBeforeTheEnd);
     long long halfWritten = 0;

@@ -2,6 +2,7 @@
 
 #include "ui/calm_combo_box.h"
 #include "ui/glyph_button.h"
+#include "ui/plain_tool_tip.h"
 
 #include <QHBoxLayout>
 
@@ -53,9 +54,9 @@ void DeviceSelector::setDevices(const QList<TitanDevice>& devices, const QString
         list->addItem(tr("%1 (%2)").arg(device.name, device.serialNumber), device.path);
         const int index = list->count() - 1;
         list->setItemData(index, device.serialNumber, kSerialRole);
-        list->setItemData(
-            index, tr("%1, serial number %2\n%3").arg(device.manufacturer, device.serialNumber, device.path),
-            Qt::ToolTipRole);
+        const QString description =
+            tr("%1, serial number %2\n%3").arg(device.manufacturer, device.serialNumber, device.path);
+        list->setItemData(index, plainToolTip(description), Qt::ToolTipRole);
     }
     if (devices.isEmpty())
         list->addItem(tr("No Titan Two devices found"));

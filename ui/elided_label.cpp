@@ -1,5 +1,7 @@
 #include "ui/elided_label.h"
 
+#include "ui/plain_tool_tip.h"
+
 #include <QHelpEvent>
 #include <QStylePainter>
 #include <QToolTip>
@@ -20,7 +22,7 @@ ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent) {
 
 void ElidedLabel::setHint(const QString& text) {
     hint = text;
-    setToolTip(text); // also what accessibility tools read as the description
+    setToolTip(plainToolTip(text)); // also what accessibility tools read as the description
 }
 
 void ElidedLabel::setTone(Tone wanted) {
@@ -48,7 +50,7 @@ bool ElidedLabel::event(QEvent* event) {
     if (event->type() != QEvent::ToolTip || !isCut())
         return QLabel::event(event);
     const QString whole = hint.isEmpty() ? text() : text() + u'\n' + hint;
-    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), whole, this);
+    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), plainToolTip(whole), this);
     return true;
 }
 

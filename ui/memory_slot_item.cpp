@@ -3,6 +3,7 @@
 #include "ui/elided_label.h"
 #include "ui/glyph_button.h"
 #include "ui/panel_colours.h"
+#include "ui/plain_tool_tip.h"
 #include "ui/slot_drag.h"
 
 #include <QDragEnterEvent>
@@ -172,10 +173,10 @@ void MemorySlotItem::describe() {
         parts += tr("loaded");
     const QString description = parts.join(QStringLiteral(", "));
     setAccessibleName(description);
-    setToolTip(description + u'\n' +
-               (run->isVisibleTo(this)
-                    ? tr("Double-click to run it; right-click for more")
-                    : tr("Double-click or drop a file to load a script; right-click for more")));
+    const QString advice = run->isVisibleTo(this)
+                               ? tr("Double-click to run it; right-click for more")
+                               : tr("Double-click or drop a file to load a script; right-click for more");
+    setToolTip(plainToolTip(description + u'\n' + advice));
     update();
 }
 

@@ -5,6 +5,7 @@
 #include "ui/slot_list_view.h"
 #include "ui/slot_operations.h"
 
+#include <QComboBox>
 #include <QDragEnterEvent>
 #include <QFile>
 #include <QFileDialog>
@@ -301,6 +302,18 @@ TEST_F(Slots, TransfersShowTheirProgressAndHowTheyEnded) {
     EXPECT_FALSE(view->isVisible());
     emit operations.transferFinished(3, QStringLiteral("aim.gpc"), false, false);
     EXPECT_EQ(value(QStringLiteral("Transfer")), QStringLiteral("aim.gpc was not transferred"));
+}
+
+TEST_F(Slots, NamesThatLookLikeMarkupAreShownAsTheyAre) {
+    const QString name = QStringLiteral("<img src='//example.org/x.png'>");
+    panel.setDevices({adapter(QStringLiteral("/dev/b"), name)}, {});
+    panel.setScripts({script(5, name, QStringLiteral("1.00"), {}, {})});
+    const auto* const devices = child<QComboBox>("deviceList");
+    for (const QString& tip : {slot(5)->toolTip(), devices->itemData(0, Qt::ToolTipRole).toString()}) {
+        EXPECT_FALSE(tip.contains(QStringLiteral("<img"))) << qPrintable(tip);
+        EXPECT_TRUE(tip.contains(QStringLiteral("&lt;img"))) << qPrintable(tip);
+    }
+    EXPECT_FALSE(slot(2)->toolTip().contains(u'<')) << "an ordinary one stays as it is";
 }
 
 TEST_F(Slots, TheCrossEndsARunningTransfer) {

@@ -157,7 +157,7 @@ void FerryLinkWidget::forgetTransfer() {
         return;
     slotList->setTransferShare(transferSlot, -1);
     transferSlot = 0;
-    transfer->hide();
+    transfer->forget();
 }
 
 void FerryLinkWidget::onTransferProgress(int sent, int reports) {

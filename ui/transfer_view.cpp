@@ -23,6 +23,7 @@ TransferView::TransferView(QWidget* parent)
     setObjectName(QStringLiteral("transferView"));
     setFrameShape(QFrame::StyledPanel);
     buildLayout();
+    setRunning(false);
     expiry.setSingleShot(true);
     expiry.setInterval(kNoticeMs);
     connect(&expiry, &QTimer::timeout, this, &QWidget::hide);
@@ -63,12 +64,13 @@ void TransferView::setRunning(bool running) {
 }
 
 void TransferView::start(int slotNumber, const QString& fileName, int reports) {
+    const QString slot = QString::number(slotNumber);
     expiry.stop();
     setRunning(true);
     bar->setRange(0, reports);
     bar->setValue(0);
-    text->setText(tr("%1 \u2192 slot %2").arg(fileName).arg(slotNumber));
-    text->setHint(tr("Loading %1 into slot %2").arg(fileName).arg(slotNumber));
+    text->setText(tr("%1 \u2192 slot %2").arg(fileName, slot));
+    text->setHint(tr("Loading %1 into slot %2").arg(fileName, slot));
     show();
 }
 
@@ -78,16 +80,24 @@ void TransferView::setProgress(int sent, int reports) {
 }
 
 void TransferView::finish(int slotNumber, const QString& fileName, bool transferred, bool loaded) {
+    const QString slot = QString::number(slotNumber);
+    setRunning(false);
     if (!transferred) // a box says why
         showNotice(tr("%1 was not transferred").arg(fileName));
     else if (loaded)
-        showNotice(tr("%1 runs in slot %2").arg(fileName).arg(slotNumber));
+        showNotice(tr("%1 runs in slot %2").arg(fileName, slot));
     else
-        showNotice(tr("%1 is in slot %2").arg(fileName).arg(slotNumber));
+        showNotice(tr("%1 is in slot %2").arg(fileName, slot));
+}
+
+void TransferView::forget() {
+    setRunning(false);
+    hide();
 }
 
 void TransferView::showNotice(const QString& notice) {
-    setRunning(false);
+    if (isRunning)
+        return;
     text->setText(notice);
     text->setHint(notice);
     show();

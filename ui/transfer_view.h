@@ -23,7 +23,9 @@ public:
     void setProgress(int sent, int reports);
     /// `loaded`: the adapter was told to run the slot, too.
     void finish(int slotNumber, const QString& fileName, bool transferred, bool loaded);
-    /// Shows a line that goes by itself.
+    /// Nobody will finish the transfer any more.
+    void forget();
+    /// Shows a line that goes by itself; not while a transfer has the place.
     void showNotice(const QString& text);
 
 signals:

@@ -304,6 +304,19 @@ TEST_F(Slots, TransfersShowTheirProgressAndHowTheyEnded) {
     EXPECT_EQ(value(QStringLiteral("Transfer")), QStringLiteral("aim.gpc was not transferred"));
 }
 
+TEST_F(Slots, ARefusedDropLeavesARunningTransferInSight) {
+    emit operations.transferStarted(3, QStringLiteral("%2.gpc"), 137);
+    QMimeData data;
+    data.setData(QLatin1String(kGpcSourceMimeType), "/no/such.gpc");
+    QDropEvent drop({9, 9}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(slot(6), &drop);
+    EXPECT_TRUE(child<QProgressBar>("transferProgress")->isVisible());
+    EXPECT_NE(button(QStringLiteral("Cancel transfer")), nullptr);
+    EXPECT_EQ(value(QStringLiteral("Transfer")), QStringLiteral("%2.gpc \u2192 slot 3"));
+    emit operations.transferFinished(3, QStringLiteral("%2.gpc"), true, true);
+    EXPECT_EQ(value(QStringLiteral("Transfer")), QStringLiteral("%2.gpc runs in slot 3"));
+}
+
 TEST_F(Slots, NamesThatLookLikeMarkupAreShownAsTheyAre) {
     const QString name = QStringLiteral("<img src='//example.org/x.png'>");
     panel.setDevices({adapter(QStringLiteral("/dev/b"), name)}, {});

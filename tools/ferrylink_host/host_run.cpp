@@ -313,9 +313,7 @@ void HostRun::judge(const RunReport& report) {
     for (const LoadOutcome& load : report.loads)
         if (!load.ok)
             fail(QStringLiteral("%1 was not loaded into slot %2: %3")
-                     .arg(load.file)
-                     .arg(load.slot)
-                     .arg(load.error));
+                     .arg(load.file, QString::number(load.slot), load.error));
     if (report.loads.size() < options.loads.size() && connectedOnce)
         fail(QStringLiteral("Of %1 files %2 were loaded before the end.")
                  .arg(options.loads.size())

@@ -213,9 +213,8 @@ QString RunReport::summary() const {
     for (const LoadOutcome& load : loads)
         if (load.ok)
             all += line("Loaded", QStringLiteral("%1 into slot %2: %3")
-                                      .arg(QFileInfo(load.file).fileName())
-                                      .arg(load.slot)
-                                      .arg(slotTitle(status, load.slot)));
+                                      .arg(QFileInfo(load.file).fileName(), QString::number(load.slot),
+                                           slotTitle(status, load.slot)));
     if (captureAsked)
         all += line("Capture",
                     captureStarted

@@ -20,8 +20,8 @@ SlotTransfer::SlotTransfer(MemorySlotOperations& slotOperations, QObject* parent
     connect(&operations, &MemorySlotOperations::transferStarted, this, &SlotTransfer::onStarted);
     connect(&operations, &MemorySlotOperations::transferProgressed, this, &SlotTransfer::onProgressed);
     connect(&operations, &MemorySlotOperations::transferFinished, this,
-            [this](int slotNumber, const QString&, bool, bool slotLoaded) {
-                onFinished(slotNumber, slotLoaded);
+            [this](int slotNumber, const QString&, bool transferred, bool slotLoaded) {
+                onFinished(slotNumber, transferred, slotLoaded);
             });
     connect(&operations, &MemorySlotOperations::failed, this, &SlotTransfer::onFailed);
 }
@@ -54,10 +54,13 @@ void SlotTransfer::onProgressed(int nowSent, int toSend) {
     enter(sent < reports ? State::sending : State::loading);
 }
 
-void SlotTransfer::onFinished(int slotNumber, bool slotLoaded) {
+void SlotTransfer::onFinished(int slotNumber, bool transferred, bool slotLoaded) {
     if (slotNumber != slot || !isUnderWay())
         return; // an earlier one's end, which may come while the next is being sent
     textIsDue = !slotLoaded;
+    if (!slotLoaded) // what stays when no text follows
+        error = transferred ? tr("It was transferred, but the slot was not loaded.")
+                            : tr("The transfer was cancelled.");
     enter(slotLoaded ? State::done : State::failed);
 }
 
@@ -79,6 +82,7 @@ void SlotTransfer::enter(State next) {
 
 void SlotTransfer::announce() {
     announced = false;
+    textIsDue = false; // it would have come at once
     emit changed();
 }
 

@@ -38,7 +38,7 @@ private:
     bool isUnderWay() const { return state == State::sending || state == State::loading; }
     void onStarted(int slotNumber, const QString& fileName, int toSend);
     void onProgressed(int nowSent, int toSend);
-    void onFinished(int slotNumber, bool slotLoaded);
+    void onFinished(int slotNumber, bool transferred, bool slotLoaded);
     void onFailed(const QString& title, const QString& text);
     void enter(State next);
     void announce();

@@ -136,6 +136,17 @@ TEST_F(SlotLoading, ATransferEndsWithTheBridgeAndNothingOfItFollows) {
     EXPECT_TRUE(ends("done"));
 }
 
+TEST_F(SlotLoading, ATransferThatTheUserEndsHasFailedWithAReasonOfItsOwn) {
+    connectToAdapter();
+    showPanel();
+    virtual_adapter_stall(adapter, VIRTUAL_ADAPTER_WRITE, 10, 30);
+    ASSERT_TRUE(loadSlotFile(1, bytecodeOf8Kb()));
+    ASSERT_EQ(transferState(), QStringLiteral("sending"));
+    panel->findChild<QAbstractButton*>(QStringLiteral("transferClose"))->click();
+    ASSERT_TRUE(ends("failed"));
+    EXPECT_EQ(transfer()[QStringLiteral("error")].toString(), QStringLiteral("The transfer was cancelled."));
+}
+
 TEST_F(SlotLoading, AStopInTheHalfSecondBeforeTheSlotIsLoadedLoadsNothing) {
     connectToAdapter();
     ASSERT_TRUE(loadSlotFile(1, kExample));

@@ -125,7 +125,10 @@ void FerryLinkPlugin::connectWorkers() {
         if (panel && wanted)
             panel->setPacketRate(packetsPerSecond);
     });
-    connect(set, &WorkerSet::captureStarted, this, [this] { setCapturing(true); });
+    connect(set, &WorkerSet::captureStarted, this, [this] {
+        showError({}); // of an attempt before
+        setCapturing(true);
+    });
     connect(set, &WorkerSet::captureStopped, this, &FerryLinkPlugin::endCapture);
     connect(set, &WorkerSet::captureFailed, this, &FerryLinkPlugin::onCaptureFailed);
     connectStatusReports();

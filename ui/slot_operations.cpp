@@ -391,8 +391,12 @@ bool MemorySlotOperations::writeLoadSlot(int slotIndex) const {
 }
 
 bool MemorySlotOperations::loadSlot(int slotIndex) {
-    if (isRefusedAsBusy(tr("Memory Slot")) || !writeLoadSlot(slotIndex))
+    if (!sender || !isSlotIndex(slotIndex) || isRefusedAsBusy(tr("Memory Slot")))
         return false;
+    if (!writeLoadSlot(slotIndex)) {
+        LoggingService::instance().error(logSource(), tr("Failed to load slot %1").arg(slotIndex + 1));
+        return false;
+    }
     emit memorySlotLoadRequested(slotIndex + 1);
     return true;
 }

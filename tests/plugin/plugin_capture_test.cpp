@@ -141,6 +141,7 @@ TEST_F(Capture, ThatFailsEndsAloneAndCanBeStartedAgain) {
     EXPECT_FALSE(capturing());
     EXPECT_EQ(connection(), QStringLiteral("connected"));
     capture(true, false, false);
+    EXPECT_EQ(shown("Error message"), QString()) << "it works now";
 }
 
 TEST_F(Capture, EndsWithALostAdapterAndDoesNotComeBackByItself) {

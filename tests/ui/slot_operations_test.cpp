@@ -372,6 +372,7 @@ TEST_F(SlotOperations, LoadingASlotIsSaidWhenThePacketWentOut) {
     EXPECT_FALSE(operations->loadSlot(0));
     EXPECT_THAT(takeSaid(), ElementsAre("requested 9"));
     EXPECT_THAT(takeSent(), ElementsAre(packet(loadSlotPacket(8))));
+    EXPECT_THAT(takeLog(), ElementsAre("E FerryLink: Failed to load slot 1"));
 }
 
 TEST_F(SlotOperations, TheOutputProtocolIsSentAndLogged) {

@@ -22,6 +22,7 @@ constexpr char kFullScript[] = "GPC Bytecode: Failed to load full.gbc into slot 
 constexpr char kFullSlot[] = "GPC Bytecode: The bytecode was transferred, but slot 4 could not be loaded.";
 constexpr char kTranslator[] = "Input Translator: Failed to load pad.git into slot 3.";
 constexpr char kTranslatorLog[] = "Failed to send input translator packet to slot 3";
+constexpr char kTranslatorNotLoaded[] = "It was transferred, but the slot was not loaded.";
 constexpr char kTranslatorSlot[] = "Failed to reload slot 3 after loading pad.git";
 
 constexpr unsigned kOnce = 1U << static_cast<unsigned>(Strike::once);
@@ -65,16 +66,30 @@ const std::vector<Row>& rows() {
         {Act::fullScript, VIRTUAL_ADAPTER_WRITE, 1, 137, kFails, kBoxed, {kFullScript}},
         {Act::fullScript, VIRTUAL_ADAPTER_WRITE, 1, 137, kUnplug, kSearching, {kFullScript, kFullSlot}},
         {Act::translator, VIRTUAL_ADAPTER_WRITE, 1, 1, kFails, kBoxed, {kTranslator}, {kTranslatorLog}},
-        {Act::translator, VIRTUAL_ADAPTER_WRITE, 2, 2, kFails, kBoxed, {""}, {kTranslatorSlot}},
+        {Act::translator,
+         VIRTUAL_ADAPTER_WRITE,
+         2,
+         2,
+         kFails,
+         kBoxed,
+         {kTranslatorNotLoaded},
+         {kTranslatorSlot}},
         {Act::translator, VIRTUAL_ADAPTER_WRITE, 1, 1, kUnplug, kSearching, {kTranslator}, {kTranslatorLog}},
-        {Act::translator, VIRTUAL_ADAPTER_WRITE, 2, 2, kUnplug, kSearching, {""}, {kTranslatorSlot}},
+        {Act::translator,
+         VIRTUAL_ADAPTER_WRITE,
+         2,
+         2,
+         kUnplug,
+         kSearching,
+         {kTranslatorNotLoaded},
+         {kTranslatorSlot}},
         {Act::translator,
          VIRTUAL_ADAPTER_READ,
          1,
          kAnyCall,
          kLasting,
          kSearching,
-         {kTranslator, ""},
+         {kTranslator, kTranslatorNotLoaded},
          {kTranslatorLog, kTranslatorSlot}},
 
         {Act::capture, VIRTUAL_ADAPTER_OPEN, 1, 1, kFails, kRefused, {kCaptureOpen}},
@@ -153,6 +168,10 @@ Expectation expectationOf(const Case& tried) {
     if (tried.second)
         add(expected, tried.act, *tried.second);
     return expected;
+}
+
+bool hasBox(const QString& transferError) {
+    return !transferError.isEmpty() && transferError != QLatin1String(kTranslatorNotLoaded);
 }
 
 } // namespace Vantor::campaign

@@ -25,5 +25,7 @@ struct Expectation {
 };
 
 Expectation expectationOf(const Case& tried);
+/// Whether the panel shows a box for what a transfer says of its failure; the log has a line for the rest.
+bool hasBox(const QString& transferError);
 
 } // namespace Vantor::campaign

@@ -337,7 +337,7 @@ void Trial::judge() {
 
     QStringList boxes;
     if (isTransfer(current.act) && stage.transferState() == QLatin1String("failed") &&
-        !stage.transferError().isEmpty())
+        hasBox(stage.transferError()))
         boxes += stage.transferError();
     check(stage.boxes() == boxes, QStringLiteral("boxes: ") + stage.boxes().join(QLatin1Char('|')));
     for (const QString& text : stage.takeComplaintsOfTheLog())

@@ -117,6 +117,21 @@ TEST_F(SlotLoading, AWriteThatFailsAtAnyOfThe137ReportsLeavesAPluginThatWorksOn)
     EXPECT_EQ(transfer()[QStringLiteral("sent")].toInt(), kReportsOf8Kb);
 }
 
+// The panel has no box for this, only the log a line; whoever asked must learn of it all the same.
+TEST_F(SlotLoading, ATranslatorWhoseSlotCannotBeLoadedHasAText) {
+    connectToAdapter();
+    QFile file(directory.filePath(QStringLiteral("pad.git")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(QByteArray::fromHex("10010000")) == 4);
+    file.close();
+    virtual_adapter_fail(adapter, VIRTUAL_ADAPTER_WRITE, 2, 1);
+    loadSlotFile(4, file.fileName());
+    ASSERT_TRUE(ends("failed"));
+    EXPECT_EQ(transfer()[QStringLiteral("error")].toString(),
+              QStringLiteral("It was transferred, but the slot was not loaded."));
+    loadSlotFile(4, file.fileName());
+    EXPECT_TRUE(ends("done"));
+}
+
 TEST_F(SlotLoading, ATransferEndsWithTheBridgeAndNothingOfItFollows) {
     connectToAdapter();
     const QString file = bytecodeOf8Kb();

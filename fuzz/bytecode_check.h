@@ -50,7 +50,7 @@ inline const char* runComplaint(simulator::ScriptMachine& machine, std::span<con
     }
     if (machine.takeText().size() > simulator::ScriptDevice::kTextLimitBytes)
         return "texts are bounded";
-    const bool isBounded = machine.device().requests.size() <= simulator::ScriptDevice::kRequestLimit;
+    const bool isBounded = machine.device().requests.size() <= 2 * simulator::ScriptDevice::kRequestLimit;
     return isBounded ? nullptr : "requests are bounded";
 }
 

@@ -33,7 +33,7 @@ run_target() {
   mkdir -p "$work/corpus/$target" "$work/findings" "$work/logs"
   # shellcheck disable=SC2046
   if "$work/bin/ferrylink_fuzz_$target" $(options_of "$target") "$@" \
-    -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$work/findings/$target-" \
+    -timeout=30 -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$work/findings/$target-" \
     "$work/corpus/$target" "fuzz/corpus/$target" >"$log" 2>&1; then
     awk -v target="$target" '
       / cov: / { for (i = 1; i < NF; ++i) if ($i == "cov:") edges = $(i + 1); else if ($i == "ft:") features = $(i + 1) }

@@ -1,7 +1,5 @@
 #include "device/slot_listing.h"
 
-#include <QRegularExpression>
-
 #include <algorithm>
 #include <cstddef>
 #include <optional>
@@ -62,78 +60,88 @@ QString readText(Bytes data, std::size_t& offset) {
     return latin1(rest.first(length));
 }
 
-class SlotReader {
-public:
-    TitanScriptInfo read(const SlotHeader& header, Bytes data) const {
-        return header.kind == kKindTranslator ? readTranslator(header, data) : readScript(header, data);
-    }
+bool isAsciiSpace(QChar c) {
+    return c == u' ' || (c >= u'\t' && c <= u'\r');
+}
 
-private:
-    static TitanScriptInfo named(int slot, const QString& name) {
-        TitanScriptInfo info;
-        info.slot = slot;
-        info.name = name.isEmpty() ? QStringLiteral("Occupied slot") : name;
+// A tag of capitals in brackets, alone or before a name on the same line. Not a QRegularExpression: that
+// keeps a stack for every thread that matches, and where MinGW's run-time library is used, a thread's memory
+// is gone before its end comes to release it, so that a worker's end would be a crash.
+bool isTagged(QStringView text) {
+    if (!text.startsWith(u'['))
+        return false;
+    const auto* const tagEnd =
+        std::find_if_not(text.begin() + 1, text.end(), [](QChar c) { return c >= u'A' && c <= u'Z'; });
+    if (tagEnd == text.begin() + 1 || tagEnd == text.end() || *tagEnd != u']')
+        return false;
+    const auto* const name = std::find_if_not(tagEnd + 1, text.end(), isAsciiSpace);
+    const bool isAlone = tagEnd + 1 == text.end();
+    return isAlone || (name != tagEnd + 1 && name != text.end() &&
+                       std::find(name, text.end(), QChar(u'\n')) == text.end());
+}
+
+TitanScriptInfo named(int slot, const QString& name) {
+    TitanScriptInfo info;
+    info.slot = slot;
+    info.name = name.isEmpty() ? QStringLiteral("Occupied slot") : name;
+    return info;
+}
+
+TitanScriptInfo translatorOnly(int slot, const QString& translator) {
+    TitanScriptInfo info;
+    info.slot = slot;
+    info.inputTranslator = translator;
+    return info;
+}
+
+QString withTag(QString name, std::uint8_t flags) {
+    QString tag;
+    for (const TagLetter& each : kTagLetters) {
+        if ((flags & each.flag) != 0)
+            tag += QLatin1Char(each.letter);
+    }
+    if (!tag.isEmpty())
+        tag = QStringLiteral("[%1]").arg(tag);
+    if (name.endsWith(QLatin1String(".git"))) {
+        name.chop(4);
+        name = name.trimmed();
+    }
+    if (name.isEmpty())
+        return tag;
+    return tag.isEmpty() || isTagged(name) ? name : QStringLiteral("%1 %2").arg(tag, name);
+}
+
+TitanScriptInfo readTranslator(const SlotHeader& header, Bytes data) {
+    std::size_t offset = 0;
+    const QString translator = withTag(readText(data, offset), header.flags);
+    return translator.isEmpty() ? named(header.slot, {}) : translatorOnly(header.slot, translator);
+}
+
+TitanScriptInfo readScript(const SlotHeader& header, Bytes data) {
+    if (data.size() < kScriptNameBegin)
+        return named(header.slot, {});
+    std::size_t offset = kScriptNameBegin;
+    QString name = readText(data, offset);
+    if (name.startsWith(QLatin1Char('%')))
+        name = name.mid(1).trimmed();
+    if (isTagged(name))
+        return translatorOnly(header.slot, withTag(name, header.flags));
+
+    TitanScriptInfo info = named(header.slot, name);
+    if (name.isEmpty() || data.size() - offset < 2)
         return info;
-    }
+    info.version =
+        QStringLiteral("%1.%2").arg(data[offset]).arg(int{data[offset + 1]}, 2, 10, QLatin1Char('0'));
+    offset += 2;
+    info.author = readText(data, offset);
+    // A tagged name right behind an empty author starts here as well, so it needs no rule of its own.
+    info.inputTranslator = withTag(readText(data, offset), header.flags);
+    return info;
+}
 
-    static TitanScriptInfo translatorOnly(int slot, const QString& translator) {
-        TitanScriptInfo info;
-        info.slot = slot;
-        info.inputTranslator = translator;
-        return info;
-    }
-
-    bool isTagged(const QString& text) const { return tagged.match(text).hasMatch(); }
-
-    QString withTag(QString name, std::uint8_t flags) const {
-        QString tag;
-        for (const TagLetter& each : kTagLetters) {
-            if ((flags & each.flag) != 0)
-                tag += QLatin1Char(each.letter);
-        }
-        if (!tag.isEmpty())
-            tag = QStringLiteral("[%1]").arg(tag);
-        if (name.endsWith(QLatin1String(".git"))) {
-            name.chop(4);
-            name = name.trimmed();
-        }
-        if (name.isEmpty())
-            return tag;
-        return tag.isEmpty() || isTagged(name) ? name : QStringLiteral("%1 %2").arg(tag, name);
-    }
-
-    TitanScriptInfo readTranslator(const SlotHeader& header, Bytes data) const {
-        std::size_t offset = 0;
-        const QString translator = withTag(readText(data, offset), header.flags);
-        return translator.isEmpty() ? named(header.slot, {}) : translatorOnly(header.slot, translator);
-    }
-
-    TitanScriptInfo readScript(const SlotHeader& header, Bytes data) const {
-        if (data.size() < kScriptNameBegin)
-            return named(header.slot, {});
-        std::size_t offset = kScriptNameBegin;
-        QString name = readText(data, offset);
-        if (name.startsWith(QLatin1Char('%')))
-            name = name.mid(1).trimmed();
-        if (isTagged(name))
-            return translatorOnly(header.slot, withTag(name, header.flags));
-
-        TitanScriptInfo info = named(header.slot, name);
-        if (name.isEmpty() || data.size() - offset < 2)
-            return info;
-        info.version =
-            QStringLiteral("%1.%2").arg(data[offset]).arg(int{data[offset + 1]}, 2, 10, QLatin1Char('0'));
-        offset += 2;
-        info.author = readText(data, offset);
-        // A tagged name right behind an empty author starts here as well, so it needs no rule of its own.
-        info.inputTranslator = withTag(readText(data, offset), header.flags);
-        return info;
-    }
-
-    // A tag in brackets, alone or before a name. The possessive quantifier changes nothing in what matches,
-    // but keeps a hostile name of many spaces from taking quadratic time.
-    QRegularExpression tagged{QStringLiteral(R"(^\[[A-Z]+\](?:\s++.+)?$)")};
-};
+TitanScriptInfo readSlot(const SlotHeader& header, Bytes data) {
+    return header.kind == kKindTranslator ? readTranslator(header, data) : readScript(header, data);
+}
 
 } // namespace
 
@@ -148,7 +156,6 @@ QList<TitanScriptInfo> decodeSlotListing(std::span<SlotListingPart> parts) {
         stream.insert(stream.end(), part.begin() + kPartDataBegin,
                       part.begin() + kPartDataBegin + kPartDataBytes);
 
-    const SlotReader reader;
     QList<TitanScriptInfo> scripts;
     std::size_t position = 0;
     for (int slot = 1; slot <= kLastSlot; ++slot) {
@@ -162,7 +169,7 @@ QList<TitanScriptInfo> decodeSlotListing(std::span<SlotListingPart> parts) {
         }
         const auto next = findHeader(stream, begin, slot + 1, kLastSlot);
         const std::size_t end = next ? next->offset : stream.size();
-        scripts.append(reader.read(*header, Bytes(stream).subspan(begin, end - begin)));
+        scripts.append(readSlot(*header, Bytes(stream).subspan(begin, end - begin)));
         position = end;
     }
     return scripts;

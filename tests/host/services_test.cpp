@@ -78,7 +78,7 @@ class SettingsManagerTest : public LoggingServiceTest {
 protected:
     QByteArray fileContent() const {
         QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        return file.open(QIODevice::ReadOnly | QIODevice::Text) ? file.readAll() : QByteArray();
     }
 
     const QTemporaryDir directory;

@@ -2,6 +2,7 @@
 #include "host/shared_memory_accessor.h"
 #include "platform/event.h"
 #include "simulator/test_frame.h"
+#include "tests/support/process_text.h"
 #include "tools/cvfeed_schedule.h"
 
 #include <QCoreApplication>
@@ -93,8 +94,8 @@ protected:
     Outcome finish() {
         EXPECT_TRUE(feed.waitForFinished());
         EXPECT_EQ(feed.exitStatus(), QProcess::NormalExit);
-        return {feed.exitCode(), feed.readAllStandardOutput().toStdString(),
-                feed.readAllStandardError().toStdString()};
+        return {feed.exitCode(), test::textOf(feed.readAllStandardOutput()),
+                test::textOf(feed.readAllStandardError())};
     }
 
     Outcome run(const QStringList& arguments) {

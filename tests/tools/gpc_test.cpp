@@ -1,5 +1,7 @@
 // The program gpc as people and builds use it: arguments, streams, files, exit codes, both forms of report.
 
+#include "tests/support/process_text.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -41,7 +43,7 @@ protected:
         EXPECT_TRUE(process.waitForFinished());
         EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
         return {process.exitCode(), process.readAllStandardOutput().toStdString(),
-                process.readAllStandardError().toStdString()};
+                test::textOf(process.readAllStandardError())};
     }
 
     void write(const QString& name, const QByteArray& content) {

@@ -99,7 +99,7 @@ TEST(EventThreads, OneSetWakesEveryWaiter) {
 }
 
 TEST(EventThreads, NoHandOffIsLost) {
-    constexpr int kRounds = 100'000;
+    constexpr int kRounds = FERRYLINK_HAND_OFFS;
     test::EventPair events;
     int answered = 0;
     std::jthread other([&] {
@@ -121,7 +121,7 @@ TEST(EventThreads, NoHandOffIsLost) {
 
 // Setters that do not wait for the taker: whatever was counted before a set() must be seen after the reset().
 TEST(EventThreads, WhatWasWrittenBeforeASetIsSeenAfterTheReset) {
-    constexpr int kPerThread = 100'000;
+    constexpr int kPerThread = FERRYLINK_HAND_OFFS;
     Event event;
     std::atomic<int> written{0};
     std::array<std::jthread, 2> setters;
@@ -142,7 +142,7 @@ TEST(EventThreads, WhatWasWrittenBeforeASetIsSeenAfterTheReset) {
 }
 
 TEST(EventThreads, NoHandOffBetweenProcessesIsLost) {
-    constexpr int kRounds = 20'000;
+    constexpr int kRounds = FERRYLINK_HAND_OFFS / 5;
     const std::string name = "test.events." + std::to_string(QCoreApplication::applicationPid());
     SharedMemory memory;
     ASSERT_EQ(memory.create(name, test::kEventPairBytes), SharedMemory::Status::ok) << memory.systemError();

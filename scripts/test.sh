@@ -9,12 +9,14 @@
 #   tidy       static analysis (clang-tidy)
 #   usb        the plug-in on a real USB stack: a guest kernel with simulated adapters as USB gadgets
 #   fuzz       every parser of foreign bytes, two at a time for a minute each, from the kept corpus; damaged files exhaustively
+#   windows    cross-built; the tests under Wine, and the zip for Windows users unpacked and tried
+#   package    the Debian package: made, and its contents tried; as root also installed and removed
 #   bench      measures against named baselines and prints one table of ratios; never fails on a figure
 #   all        every lane above
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-usage() { sed -n '2,13s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"; }
+usage() { sed -n '2,/^$/s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"; }
 
 # Tests that measure counts against time claim the machine for themselves (RUN_SERIAL), so this is safe.
 jobs=$(nproc)
@@ -55,6 +57,16 @@ lane_usb() {
   scripts/usb_lane.sh
 }
 
+lane_windows() {
+  scripts/windows_lane.sh
+}
+
+lane_package() {
+  need dpkg-dev file
+  build release
+  packaging/test_linux.sh
+}
+
 lane_bench() {
   build release --target ferrylink_benches
   scripts/bench.sh
@@ -63,8 +75,8 @@ lane_bench() {
 lanes=()
 for lane in "${@:-default}"; do
   case $lane in
-    default | sanitize | style | tidy | usb | fuzz | bench) lanes+=("$lane") ;;
-    all) lanes+=(default sanitize style tidy usb fuzz bench) ;;
+    default | sanitize | style | tidy | usb | fuzz | windows | package | bench) lanes+=("$lane") ;;
+    all) lanes+=(default sanitize style tidy usb fuzz windows package bench) ;;
     -h | --help)
       usage
       exit 0

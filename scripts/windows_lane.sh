@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# The lane `windows`: builds everything for Windows, runs the tests under Wine, makes the zip and tries it.
+#
+#   scripts/windows_lane.sh
+#
+# Qt and hidapi for Windows come from the folder that FERRYLINK_WINDOWS_SDK names; else from the archive that
+# FERRYLINK_WINDOWS_SDK_ARCHIVE names; else scripts/windows_sdk.sh builds them, once, in about 25 minutes.
+
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+[ "$(dpkg --print-architecture)" = amd64 ] || die "the windows lane needs a 64-bit PC: Wine runs its programs only there"
+
+need "${packages[@]}" g++-mingw-w64-x86-64-posix googletest wine wine64 xvfb xauth xz-utils
+
+own_sdk=$root/build/windows-sdk
+if [ -z "${FERRYLINK_WINDOWS_SDK:-}" ]; then
+  if [ -n "${FERRYLINK_WINDOWS_SDK_ARCHIVE:-}" ] && [ ! -d "$own_sdk" ]; then
+    say "Unpacking $FERRYLINK_WINDOWS_SDK_ARCHIVE"
+    rm -rf "$own_sdk.partial"
+    mkdir -p "$own_sdk.partial"
+    tar -C "$own_sdk.partial" --strip-components=1 -xf "$FERRYLINK_WINDOWS_SDK_ARCHIVE"
+    mv "$own_sdk.partial" "$own_sdk"
+  elif [ ! -d "$own_sdk" ]; then
+    scripts/windows_sdk.sh "$own_sdk"
+  fi
+  FERRYLINK_WINDOWS_SDK=$own_sdk
+fi
+export FERRYLINK_WINDOWS_SDK
+for file in bin/Qt6Widgets.dll bin/libhidapi.dll plugins/platforms/qwindows.dll lib/cmake/Qt6/Qt6Config.cmake; do
+  [ -f "$FERRYLINK_WINDOWS_SDK/$file" ] || die "$FERRYLINK_WINDOWS_SDK has no $file; remove it, or name another folder"
+done
+
+build windows
+build release --target gpc # what the packaged compiler is compared with
+
+# One server for all tests: each would wait for the last one's to end and start its own.
+export WINEPREFIX=$root/build/windows/wine WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml=
+mkdir -p "$WINEPREFIX"
+trap 'wineserver --kill || true' EXIT
+wineserver --persistent
+say "Starting Wine"
+wineboot --init 2>/dev/null
+
+xvfb-run --auto-servernum ctest --preset windows -j "$(nproc)"
+xvfb-run --auto-servernum packaging/test_windows.sh

@@ -8,7 +8,11 @@
 namespace Vantor::gpc {
 
 std::filesystem::path pathFromUtf8(std::string_view text) {
-    return std::filesystem::path(std::u8string(text.begin(), text.end()));
+    try {
+        return std::filesystem::path(std::u8string(text.begin(), text.end()));
+    } catch (const std::system_error&) {
+        return {}; // where names are UTF-16, text that is not UTF-8 cannot be one
+    }
 }
 
 std::string utf8FromPath(const std::filesystem::path& path) {

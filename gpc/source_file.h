@@ -12,7 +12,8 @@ namespace Vantor::gpc {
 
 enum class ReadOutcome { ok, missing, notAFile, tooLarge, unreadable };
 
-/// Paths in options and results are UTF-8 on every system.
+/// Paths in options and results are UTF-8 on every system. The empty path for text that no file's name can
+/// be.
 std::filesystem::path pathFromUtf8(std::string_view text);
 std::string utf8FromPath(const std::filesystem::path& path);
 

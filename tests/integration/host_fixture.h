@@ -103,7 +103,7 @@ protected:
     bool writerHasEnded() const {
         SharedMemoryAccessor block(info(BlockName::kCVData));
         if (!block.connect())
-            return false;
+            return true; // where memory ends with its last user, nobody is left
         const std::byte* const header = block.getHeaderPointer();
         return QTest::qWaitFor(
             [&] {

@@ -21,6 +21,7 @@
 #include <QDropEvent>
 #include <QFile>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QLabel>
@@ -198,7 +199,7 @@ protected:
         auto* const name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
         ASSERT_NE(name, nullptr);
         name->clear();
-        QTest::keyClicks(name, path);
+        QTest::keyClicks(name, QFileInfo(path).absoluteFilePath()); // where paths have drives, with its drive
         QTest::keyClick(name, Qt::Key_Return);
         EXPECT_TRUE(eventually([&] { return window->findChild<QFileDialog*>() == nullptr; }));
     }

@@ -11,10 +11,14 @@ class Devices : public PluginFixture {
 protected:
     void connectTo(int adapter) {
         const std::uint64_t before = statistics(adapter).initialisations;
+        const std::uint64_t opens = statistics(adapter).opens;
         start();
         ASSERT_TRUE(becomes("connected"));
         ASSERT_EQ(
             virtual_adapter_wait(adapter, VIRTUAL_ADAPTER_COUNT_INITIALISATIONS, before + 1, kPatienceMs), 1);
+        // The outbound thread may be last with its own handle, and an adapter that is gone by then is one
+        // that cannot be opened rather than one that is lost.
+        ASSERT_TRUE(eventually([&] { return statistics(adapter).opens >= opens + 2; }));
     }
 };
 

@@ -75,6 +75,8 @@ function(ferrylink_test name)
   endif()
   set(environment "QT_QPA_PLATFORM=offscreen")
   if(CMAKE_CROSSCOMPILING)
+    # Offscreen, Qt looks for fonts in this folder alone; Wine brings none.
+    list(APPEND environment "QT_QPA_FONTDIR=Z:/usr/share/fonts/truetype/dejavu")
     if(arg_VIRTUAL_ADAPTER)
       list(APPEND environment "FERRYLINK_DLLS_FIRST=$<TARGET_FILE_DIR:ferrylink_virtual_hidapi>")
     endif()

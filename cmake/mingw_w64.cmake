@@ -8,7 +8,8 @@ set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
 if(NOT FERRYLINK_WINDOWS_SDK)
-  set(FERRYLINK_WINDOWS_SDK "$ENV{FERRYLINK_WINDOWS_SDK}")
+  # Kept, so that a build that has to configure itself again needs no environment.
+  set(FERRYLINK_WINDOWS_SDK "$ENV{FERRYLINK_WINDOWS_SDK}" CACHE PATH "Qt and hidapi for Windows" FORCE)
 endif()
 # CMake runs this file again for its own compiler checks, where cache variables are not known.
 set(ENV{FERRYLINK_WINDOWS_SDK} "${FERRYLINK_WINDOWS_SDK}")

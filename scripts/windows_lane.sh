@@ -10,7 +10,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 [ "$(dpkg --print-architecture)" = amd64 ] || die "the windows lane needs a 64-bit PC: Wine runs its programs only there"
 
-need "${packages[@]}" g++-mingw-w64-x86-64-posix googletest wine wine64 xvfb xauth xz-utils
+need "${packages[@]}" g++-mingw-w64-x86-64-posix googletest wine wine64 xvfb xauth xz-utils fonts-dejavu-core
 
 own_sdk=$root/build/windows-sdk
 if [ -z "${FERRYLINK_WINDOWS_SDK:-}" ]; then

@@ -64,13 +64,22 @@ if(WIN32)
     hidapi libhidapi-dev
     GCC-runtime gcc-mingw-w64-base
     MinGW-w64-runtime mingw-w64-common)
-  install(FILES /usr/share/common-licenses/LGPL-3 /usr/share/common-licenses/GPL-3
-    DESTINATION ${licences})
+  foreach(licence IN ITEMS LGPL-3 GPL-3)
+    install(FILES /usr/share/common-licenses/${licence} DESTINATION ${licences} RENAME ${licence}.txt)
+  endforeach()
   # Everything that is loaded at run time; Windows brings the rest.
   set(sdk "${FERRYLINK_WINDOWS_SDK}")
+  set(runtime_dlls)
+  foreach(dll IN LISTS FERRYLINK_RUNTIME_DLLS)
+    get_filename_component(name "${dll}" NAME)
+    set(stripped "${PROJECT_BINARY_DIR}/runtime/${name}") # Debian's carry 20 MB of symbols
+    file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/runtime")
+    execute_process(COMMAND "${CMAKE_STRIP}" -o "${stripped}" "${dll}" COMMAND_ERROR_IS_FATAL ANY)
+    list(APPEND runtime_dlls "${stripped}")
+  endforeach()
   install(FILES
     "${sdk}/bin/Qt6Core.dll" "${sdk}/bin/Qt6Gui.dll" "${sdk}/bin/Qt6Widgets.dll" "${sdk}/bin/libhidapi.dll"
-    ${FERRYLINK_RUNTIME_DLLS}
+    ${runtime_dlls}
     DESTINATION .)
   install(FILES "${sdk}/plugins/platforms/qwindows.dll" DESTINATION platforms)
   install(FILES "${sdk}/plugins/styles/qwindowsvistastyle.dll" DESTINATION styles)

@@ -1,5 +1,5 @@
-# For cross-builds: lets CTest, and people, run what was built through PROGRAM of the build folder's `wine-run`, a script
-# that knows where the DLLs lie and keeps Wine's files inside the build folder.
+# For cross-builds: lets CTest, and people, run what was built: through the build folder's `wine-run`, a script that knows
+# where the DLLs lie and keeps Wine's files inside the build folder.
 # Sets FERRYLINK_RUNTIME_DLLS, the compiler's own DLLs that every program needs beside it.
 
 set(FERRYLINK_RUNTIME_DLLS)

@@ -4,8 +4,9 @@
 
 # As a user's account has it: no search path for libraries or plug-ins of ours.
 clean() {
-  env -i HOME="$HOME" PATH="$PATH" DISPLAY="${DISPLAY:-}" WINEPREFIX="${WINEPREFIX:-}" WINEDEBUG=-all \
-    WINEDLLOVERRIDES=mscoree,mshtml= QT_QPA_PLATFORM="${QT_QPA_PLATFORM:-}" "$@"
+  env -i HOME="$HOME" PATH="$PATH" DISPLAY="${DISPLAY:-}" XAUTHORITY="${XAUTHORITY:-}" \
+    WINEPREFIX="${WINEPREFIX:-}" WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml= \
+    QT_QPA_PLATFORM="${QT_QPA_PLATFORM:-}" "$@"
 }
 
 check_installed() {

@@ -23,10 +23,18 @@ package=$(ls "$build"/packages/*.zip)
 python3 -m zipfile -e "$package" "$temporary/unpacked"
 folder=$(echo "$temporary"/unpacked/*)
 for file in FerryLink.dll VantorCore.dll libhidapi.dll virtual/libhidapi.dll Qt6Core.dll platforms/qwindows.dll \
-  README.txt licences/FerryLink.txt licences/Qt.txt licences/LGPL-3 examples/rapid_fire.gpc docs/gpc2.md; do
+  README.txt licences/FerryLink.txt licences/Qt.txt licences/LGPL-3.txt examples/rapid_fire.gpc docs/gpc2.md; do
   [ -f "$folder/$file" ] || die "the zip has no $file"
 done
-grep -aq "$(printf 'F\0i\0l\0e\0V\0e\0r\0s\0i\0o\0n')" "$folder/FerryLink.dll" || die "FerryLink.dll does not tell its version"
+python3 - "$version" "$folder"/{FerryLink,VantorCore,virtual/libhidapi}.dll "$folder"/{gpc,cvfeed,ferrylink-host}.exe <<'PYTHON'
+import re, sys
+
+# The value is aligned behind the key and its zero.
+version = re.compile(b"%s(?:\0\0)+%s\0\0" % tuple(text.encode("utf-16-le") for text in ("FileVersion", sys.argv[1])))
+for name in sys.argv[2:]:
+    if not version.search(open(name, "rb").read()):
+        sys.exit(f"error: {name} does not tell its version")
+PYTHON
 
 say "Trying it"
 check_installed "$folder" "$root/build/release/bin/gpc" wine

@@ -28,6 +28,14 @@ constexpr std::int64_t kMillisecondNs = 1'000'000;
 /// Bounds one input's work.
 constexpr int kMaxReportsFetched = 16;
 
+/// A new adapter, always in the same place: it is so large that the allocator would take its memory from the
+/// system, and give it back, for every input.
+simulator::AdapterModel& newAdapter() {
+    static simulator::AdapterModel adapter;
+    std::destroy_at(&adapter);
+    return *std::construct_at(&adapter);
+}
+
 class Session {
 public:
     explicit Session(Bytes input) : reader(input) {}
@@ -37,11 +45,11 @@ public:
             operate();
             fetch();
         }
-        const simulator::AdapterStatistics& counts = model->statistics();
+        const simulator::AdapterStatistics& counts = model.statistics();
         check(counts.reportsReceived == sent, "every report is counted");
         check(counts.reportsSinceStop <= sent, "no more reports behind a stop than there were");
         for (std::size_t i = 0; i < simulator::AdapterModel::kErrorTexts; ++i)
-            check(model->errorText(i).empty() == (counts.errors <= i), "the first errors are in words");
+            check(model.errorText(i).empty() == (counts.errors <= i), "the first errors are in words");
     }
 
 private:
@@ -51,19 +59,19 @@ private:
             return sendWhole();
         case kAnyReport:
             ++sent;
-            return model->receive(reader.takePiece(), nowNs);
+            return model.receive(reader.takePiece(), nowNs);
         case kReportWithId:
             ++sent;
-            return model->receiveWithId(reader.takePiece(), nowNs);
+            return model.receiveWithId(reader.takePiece(), nowNs);
         case kWait:
             nowNs += reader.number<std::uint8_t>() * kMillisecondNs;
             return;
         case kRates: {
             const auto inputHz = reader.number<std::uint16_t>();
-            return model->setStreamRates(inputHz, reader.number<std::uint16_t>(), nowNs);
+            return model.setStreamRates(inputHz, reader.number<std::uint16_t>(), nowNs);
         }
         case kPowerOff:
-            return model->powerOff();
+            return model.powerOff();
         case kTransferScript:
             return transfer(simulator::SlotPart::script);
         case kTransferTranslator:
@@ -84,11 +92,10 @@ private:
         check(plan.packets.empty() != plan.error.empty(), "packets or a reason, never both or none");
         for (const Packet& packet : plan.packets) {
             ++sent;
-            model->receive(packet, nowNs);
+            model.receive(packet, nowNs);
         }
         if (!plan.packets.empty() && !file.empty())
-            check(std::ranges::equal(model->memorySlots().file(slot, part), file),
-                  "what can be sent is kept");
+            check(std::ranges::equal(model.memorySlots().file(slot, part), file), "what can be sent is kept");
     }
 
     /// What a person does at the adapter itself.
@@ -96,13 +103,13 @@ private:
         const auto what = reader.number<std::uint8_t>();
         const unsigned slot = reader.number<std::uint8_t>() % 11;
         if (what % 3 == 0) {
-            model->loadSlot(slot, nowNs);
-            check(model->loadedSlot() <= simulator::kMemorySlots, "a loaded slot is one of nine, or none");
+            model.loadSlot(slot, nowNs);
+            check(model.loadedSlot() <= simulator::kMemorySlots, "a loaded slot is one of nine, or none");
         } else if (what % 3 == 1) {
-            model->setOutputProtocol(what);
+            model.setOutputProtocol(what);
         } else {
             const auto part = what < 128 ? simulator::SlotPart::script : simulator::SlotPart::translator;
-            model->setSlotFile(slot, part, reader.takePiece(), nowNs);
+            model.setSlotFile(slot, part, reader.takePiece(), nowNs);
         }
     }
 
@@ -112,14 +119,14 @@ private:
         const Bytes piece = reader.takePiece();
         std::copy_n(piece.begin(), std::min(piece.size(), report.size()), report.begin());
         ++sent;
-        model->receive(report, nowNs);
+        model.receive(report, nowNs);
     }
 
     void fetch() {
         simulator::Report report{};
         for (int i = 0; i < kMaxReportsFetched; ++i) {
-            const bool isDue = model->nextDueNs() <= nowNs;
-            check(model->nextInputReport(nowNs, report) == isDue,
+            const bool isDue = model.nextDueNs() <= nowNs;
+            check(model.nextInputReport(nowNs, report) == isDue,
                   "a report comes when it is due, and only then");
             if (!isDue)
                 return;
@@ -127,8 +134,7 @@ private:
     }
 
     InputReader reader;
-    /// Too large for a stack.
-    std::unique_ptr<simulator::AdapterModel> model = std::make_unique<simulator::AdapterModel>();
+    simulator::AdapterModel& model = newAdapter();
     std::int64_t nowNs = 0;
     std::uint64_t sent = 0;
 };

@@ -23,6 +23,10 @@ options_of() {
   esac
 }
 
+# An address space at random may leave no room for the sanitizer's shadow. Not every container lets go of it.
+fixed_addresses=()
+setarch --addr-no-randomize true 2>/dev/null && fixed_addresses=(setarch --addr-no-randomize)
+
 # Inputs are short and freed at once: a small quarantine stays in the cache. A finding's allocation stacks come with its
 # repetition, which runs without these options.
 export ASAN_OPTIONS=quarantine_size_mb=8:malloc_context_size=1
@@ -31,9 +35,10 @@ run_target() {
   local target=$1 log=$work/logs/$1.log
   shift
   mkdir -p "$work/corpus/$target" "$work/findings" "$work/logs"
+  # An input takes a millisecond. The limit is one of the clock on the wall, which goes on while a machine stands still.
   # shellcheck disable=SC2046
-  if "$work/bin/ferrylink_fuzz_$target" $(options_of "$target") "$@" \
-    -timeout=30 -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$work/findings/$target-" \
+  if "${fixed_addresses[@]}" "$work/bin/ferrylink_fuzz_$target" $(options_of "$target") "$@" \
+    -timeout=120 -rss_limit_mb=2048 -reload=0 -print_final_stats=1 -artifact_prefix="$work/findings/$target-" \
     "$work/corpus/$target" "fuzz/corpus/$target" >"$log" 2>&1; then
     awk -v target="$target" '
       / cov: / { for (i = 1; i < NF; ++i) if ($i == "cov:") edges = $(i + 1); else if ($i == "ft:") features = $(i + 1) }
@@ -46,7 +51,9 @@ run_target() {
   local finding
   finding=$(sed -n 's/.*Test unit written to //p' "$log" | tail -n 1)
   printf 'error: %s failed; the whole log is %s\n' "$target" "$log" >&2
-  [ -z "$finding" ] || printf 'repeat it with: %s %s\n' "$work/bin/ferrylink_fuzz_$target" "$finding" >&2
+  [ -n "$finding" ] || return 1
+  printf 'repeat it with: %s %s\nits bytes, in base64: %s\n' \
+    "$work/bin/ferrylink_fuzz_$target" "$finding" "$(base64 -w 0 "$finding")" >&2
   return 1
 }
 

@@ -8,8 +8,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
-#include <span>
 
 namespace Vantor {
 
@@ -19,10 +19,23 @@ enum class ControllerStateType : std::uint8_t {
     report = 0x14 ///< what the adapter puts out
 };
 
+/// Whether a report that begins with this byte can be a part of a controller state.
+constexpr bool beginsControllerState(std::uint8_t firstByte) noexcept {
+    return firstByte == static_cast<std::uint8_t>(ControllerStateType::input) ||
+           firstByte == static_cast<std::uint8_t>(ControllerStateType::report);
+}
+
 inline constexpr std::size_t kStateParts = 3;
 /// A complete state: part k at offset kInputReportBytes * k, as its report was read.
 using StagedState = std::array<std::uint8_t, kStateParts * kInputReportBytes>;
 using PartLengths = std::array<std::size_t, kStateParts>;
+
+/// `report` may be null, else it has at least four bytes.
+constexpr bool isStatePart(const std::uint8_t* report) noexcept {
+    constexpr std::uint16_t kMark = 0x00AC;
+    return report != nullptr && beginsControllerState(report[0]) && getBigEndian16(report + 1) == kMark &&
+           report[3] < kStateParts;
+}
 
 class FragmentStore {
 public:
@@ -47,6 +60,38 @@ private:
     /// The complete state is read where it was gathered: a copy of bytes written a moment ago costs more than
     /// all else here.
     const Area* staging = areas.data();
+
+    Area& areaOf(std::uint8_t type) noexcept {
+        return areas[type == static_cast<std::uint8_t>(ControllerStateType::input) ? 0 : 1];
+    }
+    std::optional<ControllerStateType> acceptOfOddLength(const std::uint8_t* report, int length) noexcept;
+    /// Notes that the part of that number has arrived in full.
+    std::optional<ControllerStateType> completedBy(Area& area, std::size_t part, std::size_t bytes) noexcept;
 };
+
+// Inline, as far as it concerns what adapters send a thousand times a second.
+inline std::optional<ControllerStateType> FragmentStore::accept(const std::uint8_t* report,
+                                                                int length) noexcept {
+    if (length != static_cast<int>(kPacketBytes))
+        return acceptOfOddLength(report, length);
+    if (!isStatePart(report))
+        return std::nullopt;
+    Area& area = areaOf(report[0]);
+    const std::size_t part = report[3];
+    std::memcpy(area.received.data() + part * kInputReportBytes, report, kPacketBytes);
+    return completedBy(area, part, kPacketBytes);
+}
+
+inline std::optional<ControllerStateType> FragmentStore::completedBy(Area& area, std::size_t part,
+                                                                     std::size_t bytes) noexcept {
+    constexpr std::uint8_t kAllArrived = 0b111;
+    area.lengths[part] = bytes;
+    area.arrived = static_cast<std::uint8_t>(area.arrived | 1U << part);
+    if (area.arrived != kAllArrived)
+        return std::nullopt;
+    staging = &area;
+    area.arrived = 0;
+    return &area == areas.data() ? ControllerStateType::input : ControllerStateType::report;
+}
 
 } // namespace Vantor

@@ -1,6 +1,5 @@
 #include "device/titan_script_info_parser.h"
 
-#include "device/fragment_store.h"
 #include "device/protocol_names.h"
 
 #include <algorithm>
@@ -17,12 +16,6 @@ constexpr int kListingPartBytes = 64;
 bool beginsWith(const std::uint8_t* report, int length, std::initializer_list<std::uint8_t> head,
                 int minimum) {
     return length >= minimum && std::equal(head.begin(), head.end(), report);
-}
-
-/// No status report begins like the parts of a controller state do.
-bool isControllerState(std::uint8_t firstByte) {
-    return firstByte == static_cast<std::uint8_t>(ControllerStateType::input) ||
-           firstByte == static_cast<std::uint8_t>(ControllerStateType::report);
 }
 
 bool isListingPart(const std::uint8_t* report, int length) {
@@ -44,10 +37,8 @@ TitanScriptInfoParser::TitanScriptInfoParser(QObject* parent) : QObject(parent) 
 }
 
 void TitanScriptInfoParser::parse(const std::uint8_t* report, int length) {
-    if (report == nullptr || length < 1)
+    if (report == nullptr || length < 1 || ignores(report, length))
         return;
-    if (!collecting && isControllerState(report[0]))
-        return; // nearly all of the traffic
     // Only listings depend on the time; every other report is spared the clock.
     parse(report, length, collecting || isListingPart(report, length) ? steadyNowNs() : 0);
 }

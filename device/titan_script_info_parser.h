@@ -4,6 +4,7 @@
 
 #pragma once
 
+#include "device/fragment_store.h"
 #include "device/slot_listing.h"
 #include "device/titan_script_info.h"
 
@@ -32,6 +33,13 @@ public:
     void parse(const std::uint8_t* report, int length);
     /// The same with the time given, in nanoseconds of a monotonic clock.
     void parse(const std::uint8_t* report, int length, std::int64_t nowNs);
+
+    /// Whether parse() would do nothing with that report, because it belongs to a controller state as nearly
+    /// all do. Inline, to be asked first for each report.
+    bool ignores(const std::uint8_t* report, int length) const noexcept {
+        // The end of a listing is noticed by whatever report comes behind it.
+        return !collecting && report != nullptr && length > 0 && beginsControllerState(report[0]);
+    }
 
 signals:
     // The order is part of the interface: it fixes the methods' indices.

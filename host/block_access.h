@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 namespace Vantor {
 
@@ -47,16 +48,32 @@ void blockStore(std::byte* base, std::size_t offset, T value, std::memory_order 
     blockField<T>(base, offset).store(value, order);
 }
 
+/// Calls `copyWord` with the offset of each whole word in `bytes`, and returns the offset behind the last
+/// one.
+template<class CopyWord>
+inline std::size_t forEachWholeWord(std::size_t bytes, CopyWord copyWord) noexcept {
+    constexpr std::size_t kWordsAtOnce = 8;
+    constexpr std::size_t kStepBytes = kWordsAtOnce * kBlockWordBytes;
+    std::size_t done = 0;
+    // Compilers leave atomic accesses in their order and their loops as they are.
+    const auto copyStep = [&]<std::size_t... index>(std::index_sequence<index...>) {
+        (copyWord(done + index * kBlockWordBytes), ...);
+    };
+    for (; bytes - done >= kStepBytes; done += kStepBytes)
+        copyStep(std::make_index_sequence<kWordsAtOnce>{});
+    for (; bytes - done >= kBlockWordBytes; done += kBlockWordBytes)
+        copyWord(done);
+    return done;
+}
+
 /// Copies out of a data area (aligned to 8) that may be written meanwhile; whether the copy is one record is
 /// for the sequence lock to say. The last word is read whole, which the padding makes safe.
 inline void copyFromBlock(void* target, const std::byte* source, std::size_t bytes) noexcept {
     auto* out = static_cast<std::byte*>(target);
-    // Whole words first: a copy whose length is known inside the loop is one instruction.
-    const std::size_t whole = bytes / kBlockWordBytes * kBlockWordBytes;
-    for (std::size_t done = 0; done < whole; done += kBlockWordBytes) {
-        const auto word = blockLoad<std::uint64_t>(source, done, std::memory_order_relaxed);
-        std::memcpy(out + done, &word, kBlockWordBytes);
-    }
+    const std::size_t whole = forEachWholeWord(bytes, [=](std::size_t offset) {
+        const auto word = blockLoad<std::uint64_t>(source, offset, std::memory_order_relaxed);
+        std::memcpy(out + offset, &word, kBlockWordBytes);
+    });
     if (whole < bytes) {
         const auto word = blockLoad<std::uint64_t>(source, whole, std::memory_order_relaxed);
         std::memcpy(out + whole, &word, bytes - whole);
@@ -66,14 +83,13 @@ inline void copyFromBlock(void* target, const std::byte* source, std::size_t byt
 /// Copies into a data area (aligned to 8). The bytes of the last word behind the end keep their value.
 inline void copyToBlock(std::byte* target, const void* source, std::size_t bytes) noexcept {
     const auto* in = static_cast<const std::byte*>(source);
-    const std::size_t whole = bytes / kBlockWordBytes * kBlockWordBytes;
-    std::uint64_t word = 0;
-    for (std::size_t done = 0; done < whole; done += kBlockWordBytes) {
-        std::memcpy(&word, in + done, kBlockWordBytes);
-        blockStore(target, done, word, std::memory_order_relaxed);
-    }
+    const std::size_t whole = forEachWholeWord(bytes, [=](std::size_t offset) {
+        std::uint64_t word;
+        std::memcpy(&word, in + offset, kBlockWordBytes);
+        blockStore(target, offset, word, std::memory_order_relaxed);
+    });
     if (whole < bytes) {
-        word = blockLoad<std::uint64_t>(target, whole, std::memory_order_relaxed);
+        auto word = blockLoad<std::uint64_t>(target, whole, std::memory_order_relaxed);
         std::memcpy(&word, in + whole, bytes - whole);
         blockStore(target, whole, word, std::memory_order_relaxed);
     }

@@ -51,6 +51,7 @@ struct SharedMemoryAccessor::Private {
 
     QString quotedName() const { return u"\"%1\""_s.arg(info.name); }
     bool isWriter() const noexcept;
+    bool mayWrite(const void* data, std::size_t size);
     bool claim();
     void release() noexcept;
 
@@ -64,12 +65,27 @@ struct SharedMemoryAccessor::Private {
     bool blockMissing = false;
 };
 
-bool SharedMemoryAccessor::Private::isWriter() const noexcept {
+inline bool SharedMemoryAccessor::Private::isWriter() const noexcept {
     const std::byte* block = memory.data();
     const platform::ProcessIdentity writer = writerOf(block);
     return writer.id == self.id && writer.startTime == self.startTime &&
            blockLoad<std::uint32_t>(block, BlockLayout::kWriterTokenOffset, std::memory_order_relaxed) ==
                token;
+}
+
+/// The slow part of writeData(): claims the block, or says in `error` why there can be no record.
+bool SharedMemoryAccessor::Private::mayWrite(const void* data, std::size_t size) {
+    if (!memory.isMapped()) {
+        error = u"The block %1 is not connected."_s.arg(quotedName());
+        return false;
+    }
+    if (data == nullptr || size == 0 || size > info.dataBytes) {
+        error = u"A record of the block %1 has 1 to %2 bytes, not %3."_s.arg(quotedName())
+                    .arg(info.dataBytes)
+                    .arg(size);
+        return false;
+    }
+    return isWriter() || claim();
 }
 
 bool SharedMemoryAccessor::Private::claim() {
@@ -198,17 +214,8 @@ bool SharedMemoryAccessor::writeData(const void* data, std::size_t size) {
 }
 
 bool SharedMemoryAccessor::writeData(const void* data, std::size_t size, std::int64_t timestampNs) {
-    if (!isConnected()) {
-        d->error = u"The block %1 is not connected."_s.arg(d->quotedName());
-        return false;
-    }
-    if (data == nullptr || size == 0 || size > d->info.dataBytes) {
-        d->error = u"A record of the block %1 has 1 to %2 bytes, not %3."_s.arg(d->quotedName())
-                       .arg(d->info.dataBytes)
-                       .arg(size);
-        return false;
-    }
-    if (!d->isWriter() && !d->claim())
+    const bool isPlain = d->memory.isMapped() && data != nullptr && size != 0 && size <= d->info.dataBytes;
+    if (!(isPlain && d->isWriter()) && !d->mayWrite(data, size))
         return false;
     writeRecord(d->memory.data(), data, size, timestampNs);
     return d->event.set();

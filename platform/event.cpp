@@ -22,10 +22,6 @@ Event& Event::operator=(Event&& other) noexcept {
     return *this;
 }
 
-bool Event::valid() const noexcept {
-    return eventHandle != nullptr;
-}
-
 EventHandle Event::handle() const noexcept {
     return eventHandle;
 }

@@ -37,7 +37,7 @@ public:
     Event& operator=(const Event&) = delete;
     ~Event();
 
-    bool valid() const noexcept;
+    bool valid() const noexcept { return eventHandle != nullptr; }
     EventHandle handle() const noexcept;
 
     /// Sets the event and wakes every waiter. False when the event is not valid or the system refuses.

@@ -7,14 +7,17 @@
 namespace Vantor {
 
 void ControllerBlock::offer(const MemoryBlockInfo& info) {
-    if (info.name == QLatin1String(blockName))
-        accessor = std::make_unique<SharedMemoryAccessor>(info);
+    if (info.name != QLatin1String(blockName))
+        return;
+    current = nullptr;
+    accessor = std::make_unique<SharedMemoryAccessor>(info);
 }
 
 void ControllerBlock::connect() {
-    isRefused = false;
+    current = nullptr;
     if (accessor != nullptr && accessor->connect()) {
         accessor->setWriterName(logSource());
+        current = accessor->getDataPointer();
         return;
     }
     warnOfMissingBlock(blockName, accessor != nullptr ? accessor->errorString() : blockNotOffered(),
@@ -22,15 +25,11 @@ void ControllerBlock::connect() {
 }
 
 void ControllerBlock::publish(const ControllerData& record) {
-    if (accessor == nullptr || isRefused)
-        return;
     // Nobody else writes this block, so its bytes can be compared where they lie.
-    const std::byte* current = accessor->getDataPointer();
-    const auto* bytes = reinterpret_cast<const std::byte*>(&record);
-    if (current == nullptr || std::memcmp(current, bytes, sizeof record) == 0)
+    if (current == nullptr || std::memcmp(current, &record, sizeof record) == 0)
         return;
     if (!accessor->writeData(&record, sizeof record, static_cast<std::int64_t>(record.timestampNs))) {
-        isRefused = true;
+        current = nullptr;
         warnOfRefusedBlock(blockName, accessor->errorString());
     }
 }

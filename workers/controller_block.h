@@ -34,7 +34,8 @@ public:
 private:
     const char* blockName;
     std::unique_ptr<SharedMemoryAccessor> accessor; ///< null while the host has offered no such block
-    bool isRefused = false;
+    /// What the block holds; null while there is none to write to, for whatever reason.
+    const std::byte* current = nullptr;
 };
 
 } // namespace Vantor

@@ -6,15 +6,22 @@
 namespace Vantor {
 
 void ReportProcessor::process(const std::uint8_t* report, int length) {
-    scriptInfoParser.parse(report, length);
-    if (const auto type = fragmentStore.accept(report, length)) {
-        decodeControllerState(decoderLayout, fragmentStore.staged(), fragmentStore.stagedLengths(),
-                              decodedState);
+    // Nearly all of the traffic: nothing but the copy into its place, without a call.
+    constexpr int kUsualLength = kPacketBytes;
+    if (length != kUsualLength || !scriptInfoParser.ignores(report, kUsualLength))
+        processUnusual(report, length);
+    else if (const auto type = fragmentStore.accept(report, kUsualLength))
         publish(*type);
-    }
+}
+
+void ReportProcessor::processUnusual(const std::uint8_t* report, int length) {
+    scriptInfoParser.parse(report, length);
+    if (const auto type = fragmentStore.accept(report, length))
+        publish(*type);
 }
 
 void ReportProcessor::publish(ControllerStateType type) {
+    decodeControllerState(decoderLayout, fragmentStore.staged(), fragmentStore.stagedLengths(), decodedState);
     const bool isInput = type == ControllerStateType::input;
     isInput ? reportRates.countInput() : reportRates.countState();
     if (isInput && !targets.forwardControllerInput.load(std::memory_order_relaxed))

@@ -37,6 +37,8 @@ public:
     void process(const std::uint8_t* report, int length);
 
 private:
+    void processUnusual(const std::uint8_t* report, int length);
+    /// Decodes the state that the store has staged, too.
     void publish(ControllerStateType type);
 
     ReportTargets targets;

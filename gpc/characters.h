@@ -14,8 +14,9 @@ enum ByteClass : std::uint8_t {
     kIdentifierStart = 1, ///< letters, _ and $
     kDigit = 2,
     kHexDigit = 4,
-    kBlank = 8,    ///< space, tab, carriage return; a line feed is none
-    kNonAscii = 16 ///< 128 and above: continues an identifier, is ignored elsewhere
+    kBlank = 8,     ///< space, tab, carriage return; a line feed is none
+    kNonAscii = 16, ///< 128 and above: continues an identifier, is ignored elsewhere
+    kInert = 32     ///< begins nothing that the preprocessor looks at: blanks, brackets, most operators
 };
 
 inline constexpr std::array<std::uint8_t, 256> kByteClasses = [] {
@@ -35,6 +36,10 @@ inline constexpr std::array<std::uint8_t, 256> kByteClasses = [] {
             bits |= kBlank;
         if (c >= 128)
             bits |= kNonAscii;
+        // The exceptions: line feeds, literals, comments, numbers that begin with a dot, paint marks.
+        const bool looked = c == '\n' || c == '"' || c == '\'' || c == '/' || c == '.' || c == 1;
+        if (!lower && !upper && !digit && c != '_' && c != '$' && !looked)
+            bits |= kInert;
         classes[c] = bits;
     }
     return classes;

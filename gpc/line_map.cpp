@@ -5,12 +5,11 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace Vantor::gpc {
 
 namespace {
-
-constexpr std::uint64_t kMaxColumn = (1u << 31) - 1;
 
 /// The last entry that begins at or before `offset`; the first entry when there is none.
 template<typename Entries>
@@ -21,58 +20,53 @@ auto entryAt(const Entries& entries, std::uint64_t offset) {
     return behind == entries.begin() ? behind : std::prev(behind);
 }
 
-} // namespace
-
-void LineMap::beginFile(std::size_t offset, std::string_view path) {
-    std::size_t known = 0;
-    // The file that includes comes back behind every include: the last few paths are nearly always the
-    // answer.
-    for (known = paths.size(); known > 0 && paths[known - 1] != path; --known) {
-    }
-    if (known == 0) {
-        paths.emplace_back(path);
-        known = paths.size();
-    }
-    if (!files.empty() && files.back().offset == offset)
-        files.pop_back();
-    files.push_back({static_cast<std::uint32_t>(offset), static_cast<std::uint32_t>(known - 1)});
-}
-
-void LineMap::beginCopy(std::size_t offset, std::uint64_t line, std::uint64_t column) {
-    add(offset, line, column, false);
-}
-
-void LineMap::beginMade(std::size_t offset, std::uint64_t line, std::uint64_t column) {
-    add(offset, line, column, true);
-}
-
-void LineMap::add(std::size_t offset, std::uint64_t line, std::uint64_t column, bool made) {
-    if (!segments.empty() && segments.back().offset == offset)
-        segments.pop_back();
-    segments.push_back({static_cast<std::uint32_t>(offset), static_cast<std::uint32_t>(line),
-                        static_cast<std::uint32_t>(std::min(column, kMaxColumn)) & 0x7FFFFFFFu,
-                        made ? 1u : 0u});
-}
-
-SourcePlace LineMap::locate(std::string_view text, std::uint64_t offset) const {
-    SourcePlace place;
-    if (!files.empty())
-        place.file = paths[entryAt(files, offset)->path];
-    if (segments.empty())
-        return place;
-    const Segment& segment = *entryAt(segments, offset);
-    place.line = segment.line;
-    place.column = segment.column;
-    if (segment.made || offset <= segment.offset)
-        return place;
-    const std::string_view passed = text.substr(segment.offset, offset - segment.offset);
+/// Moves the place over text that follows it.
+void pass(SourcePlace& place, std::string_view passed) {
     const std::size_t lastFeed = passed.rfind('\n');
     if (lastFeed == std::string_view::npos) {
         place.column += passed.size();
-    } else {
-        place.line += static_cast<std::uint64_t>(std::count(passed.begin(), passed.end(), '\n'));
-        place.column = passed.size() - lastFeed;
+        return;
     }
+    place.line += static_cast<std::uint64_t>(std::count(passed.begin(), passed.end(), '\n'));
+    place.column = passed.size() - lastFeed;
+}
+
+} // namespace
+
+std::uint32_t LineMap::addFile(std::string path, std::string_view text) {
+    files.push_back({std::move(path), {}, text});
+    return static_cast<std::uint32_t>(files.size() - 1);
+}
+
+std::uint32_t LineMap::addOwnedFile(std::string path, std::string text) {
+    File& file = files.emplace_back(File{std::move(path), std::move(text), {}});
+    file.text = file.own;
+    return static_cast<std::uint32_t>(files.size() - 1);
+}
+
+void LineMap::beginFile(std::size_t offset, std::uint32_t file) {
+    if (!spans.empty() && spans.back().offset == offset)
+        spans.pop_back();
+    spans.push_back({static_cast<std::uint32_t>(offset), file});
+}
+
+SourcePlace LineMap::locate(FileOffset place) const {
+    SourcePlace result;
+    result.file = files[place.file].path;
+    pass(result, files[place.file].text.substr(0, place.offset));
+    return result;
+}
+
+SourcePlace LineMap::locate(std::string_view text, std::uint64_t offset) const {
+    if (spans.empty())
+        return {};
+    const std::uint32_t file = entryAt(spans, offset)->file;
+    if (segments.empty())
+        return locate(FileOffset{file, 0});
+    const Segment& segment = *entryAt(segments, offset);
+    SourcePlace place = locate(FileOffset{file, segment.source});
+    if (!segment.made && offset > segment.offset)
+        pass(place, text.substr(segment.offset, offset - segment.offset));
     return place;
 }
 

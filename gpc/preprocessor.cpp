@@ -10,8 +10,6 @@ namespace Vantor::gpc {
 
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
 /// What expansions may handle in all: a multiple of the growth that is allowed, and one of a long source.
 constexpr std::uint64_t kWorkPerGrowthByte = 4;
 constexpr std::uint64_t kWorkPerSourceByte = 16;
@@ -34,21 +32,18 @@ Preprocessor::Preprocessor(std::string_view source, const PreprocessOptions& pre
                kWorkPerGrowthByte * preprocessOptions.growthLimitBytes + kWorkPerSourceByte * source.size()) {
 }
 
-bool Preprocessor::fail(const Place& place, std::string message) {
-    result.diagnostics.push_back({0, place.line, place.column, std::move(message), place.file});
+bool Preprocessor::fail(FileOffset at, std::string message) {
+    const SourcePlace place = result.lines.locate(at);
+    result.diagnostics.push_back({0, place.line, place.column, std::move(message), std::string(place.file)});
     return false;
-}
-
-Preprocessor::Place Preprocessor::placeIn(const File& file) const {
-    return {file.place.line(), file.place.column(), file.path};
 }
 
 bool Preprocessor::run(std::string_view source) {
     if (source.substr(0, kByteOrderMark.size()) == kByteOrderMark)
         source.remove_prefix(kByteOrderMark.size());
-    File main{source, options.sourcePath, 0, PlaceCounter(source)};
+    File main{result.lines.addFile(options.sourcePath, source), 0, {source}};
     if (source.size() > kMaxSourceBytes)
-        return fail(placeIn(main), "source is larger than 8 MB");
+        return fail({main.index, 0}, "source is larger than 8 MB");
     // Room that stays untouched costs nothing; growing a long text once costs a copy and all its pages again.
     result.text.reserve(source.size() + source.size() / 2);
     if (!processFile(main))
@@ -59,10 +54,10 @@ bool Preprocessor::run(std::string_view source) {
 }
 
 bool Preprocessor::processFile(File& file) {
-    result.lines.beginFile(result.text.size(), file.path);
-    while (file.place.offset() < file.text.size()) {
-        const LineKind kind =
-            file.open == kInComment ? LineKind::text : lineKindAt(file.text, file.place.offset());
+    SourceCursor& cursor = file.cursor;
+    result.lines.beginFile(result.text.size(), file.index);
+    while (cursor.at < cursor.text.size()) {
+        const LineKind kind = cursor.open == kInComment ? LineKind::text : lineKindAt(cursor.text, cursor.at);
         const bool plain = kind == LineKind::text || (kind == LineKind::legacyDefine && !isActive());
         if (plain ? !processRun(file) : !processDirectiveLine(file, kind))
             return false;
@@ -72,36 +67,36 @@ bool Preprocessor::processFile(File& file) {
 
 /// Takes the lines up to the next one that may be a directive: nothing in between can change what is active.
 bool Preprocessor::processRun(File& file) {
-    const bool active = isActive();
-    const OpenState openBefore = file.open;
-    std::size_t end = file.place.offset();
-    do {
-        const std::size_t next = lineEndAt(file.text, end);
-        std::size_t opened = file.openedAt - end; // wraps back below when the line opens nothing
-        file.open = stateBehind(file.text.substr(end, next - end), file.open, opened);
-        file.openedAt = end + opened;
-        // In lines that are left out, an apostrophe is prose and no literal is open for longer than its line.
-        if (!active && file.open != kInComment)
-            file.open = kInCode;
-        end = next;
-    } while (end < file.text.size() &&
-             (file.open == kInComment || lineKindAt(file.text, end) == LineKind::text));
-    if (!active) {
-        file.place.moveTo(end);
+    if (!isActive()) {
+        skipRun(file.cursor);
         return true;
     }
-    if (expander.expandRun(file.text, end, openBefore, file.place, result.text, result.lines))
+    if (expander.expandRun(file.cursor, result.text, result.lines))
         return true;
-    return fail(placeIn(file), expander.failure());
+    return fail({file.index, static_cast<std::uint32_t>(file.cursor.at)}, expander.failure());
+}
+
+/// Of lines that are left out only their comments matter: an apostrophe is prose in them, and no literal is
+/// open for longer than its line.
+void Preprocessor::skipRun(SourceCursor& cursor) {
+    const std::string_view text = cursor.text;
+    do {
+        const std::size_t next = lineEndAt(text, cursor.at);
+        std::size_t opened = cursor.openedAt - cursor.at; // wraps back below when the line opens nothing
+        const OpenState behind = stateBehind(text.substr(cursor.at, next - cursor.at), cursor.open, opened);
+        cursor.open = behind == kInComment ? kInComment : kInCode;
+        cursor.openedAt = cursor.at + opened;
+        cursor.at = next;
+    } while (cursor.at < text.size() &&
+             (cursor.open == kInComment || lineKindAt(text, cursor.at) != LineKind::directive));
 }
 
 bool Preprocessor::processDirectiveLine(File& file, LineKind kind) {
+    SourceCursor& cursor = file.cursor;
     std::string storage;
-    const std::size_t begin = file.place.offset();
-    const JoinedLine line = joinedLineAt(file.text, begin, storage);
+    const std::size_t begin = cursor.at;
+    const JoinedLine line = joinedLineAt(cursor.text, begin, storage);
     const std::size_t mark = skipBlanks(line.text, 0);
-    file.place.moveTo(skipBlanks(file.text, begin));
-    const Place place = placeIn(file);
 
     std::string_view rest = line.text.substr(mark);
     std::string_view name;
@@ -111,20 +106,16 @@ bool Preprocessor::processDirectiveLine(File& file, LineKind kind) {
         name = rest.substr(0, identifierEnd(rest, 0));
     rest.remove_prefix(name.size());
 
-    file.place.moveTo(line.end);
+    cursor.at = line.end;
+    const FileOffset place{file.index, static_cast<std::uint32_t>(skipBlanks(cursor.text, begin))};
     const Directive directive{file, name, rest, place};
     std::size_t opened = 0;
     const OpenState behind = stateBehind(behindFileName(rest), kInCode, opened);
     if (!(kind == LineKind::directive ? dispatch(directive) : handleLegacyDefine(directive)))
         return false;
     if (behind == kInComment) {
-        file.open = kInComment;
-        file.openedAt = begin;
-        // The directive goes, but the lines behind it still begin inside its comment.
-        if (isActive()) {
-            result.lines.beginMade(result.text.size(), place.line, place.column);
-            result.text += "/*";
-        }
+        cursor.open = kInComment;
+        cursor.openedAt = begin;
     }
     return true;
 }

@@ -36,6 +36,8 @@ struct PreprocessResult {
     std::vector<Diagnostic> diagnostics; ///< at most one: the first fault ends the work
 };
 
+/// The text has every line that is kept, expanded and without its comments. `source` must outlive the
+/// result's `lines`.
 PreprocessResult preprocess(std::string_view source, const PreprocessOptions& options);
 
 } // namespace Vantor::gpc

@@ -74,7 +74,7 @@ bool Preprocessor::handlePragma(const Directive&) {
     return true;
 }
 
-void Preprocessor::openConditional(bool condition, const Place& place) {
+void Preprocessor::openConditional(bool condition, FileOffset place) {
     const bool parent = isActive();
     conditionals.push_back({parent, condition, parent && condition, 0});
     conditionalPlaces.push_back(place);

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <utility>
 
 namespace Vantor::gpc {
@@ -63,18 +62,6 @@ std::string timeText(std::time_t now) {
 
 } // namespace
 
-void PlaceCounter::moveTo(std::size_t offset) {
-    while (at < offset) {
-        const void* const feed = std::memchr(text.data() + at, '\n', offset - at);
-        if (!feed)
-            break;
-        at = static_cast<std::size_t>(static_cast<const char*>(feed) - text.data()) + 1;
-        lineStart = at;
-        ++currentLine;
-    }
-    at = offset;
-}
-
 MacroExpander::MacroExpander(MacroTable& macroTable, std::time_t now, std::size_t maxOutput,
                              std::uint64_t maxWork)
     : macros(macroTable), startTime(now), outputLimit(maxOutput), workLimit(maxWork) {
@@ -106,7 +93,7 @@ void MacroExpander::Sink::put(std::string_view piece) {
 }
 
 void MacroExpander::pushFrame(std::string_view text, Macro* macro) {
-    Frame& frame = frames.emplace_back();
+    TextFrame& frame = frames.emplace_back();
     frame.text = text;
     frame.macro = macro;
     if (macro)
@@ -119,28 +106,24 @@ void MacroExpander::popFrame() {
     frames.pop_back();
 }
 
-/// From `at` on, the end of what is passed on as it is: comments, literals, numbers, names of other things.
-/// `next` is the macro whose name stands there; null at the end of the text and at a paint mark.
+/// From `at` on, the end of what is passed on as it is: literals, numbers, names of other things. `next` is
+/// the macro whose name stands there; null at the end of the text and at a paint mark.
 std::size_t MacroExpander::unchangedEnd(std::string_view text, std::size_t at, Macro*& next) {
     next = nullptr;
     while (at < text.size()) {
         const char byte = text[at];
-        if (hasClass(byte, kBlank)) {
+        if (hasClass(byte, kInert)) {
             ++at;
-            continue;
-        }
-        if (hasClass(byte, kIdentifierStart)) {
+        } else if (hasClass(byte, kIdentifierStart)) {
             const std::size_t end = identifierEnd(text, at);
             next = macros.find(text.substr(at, end - at));
             if (next)
                 return at;
             at = end;
+        } else if (startsNumber(text, at)) {
+            at = numberEnd(text, at);
         } else if (byte == '"' || byte == '\'') {
             at = literalEnd(text, at);
-        } else if (byte == '/' && startsComment(text, at)) {
-            at = commentEnd(text, at);
-        } else if (hasClass(byte, kDigit) || byte == '.') {
-            at = startsNumber(text, at) ? numberEnd(text, at) : at + 1;
         } else if (byte == kPaintMark) {
             return at;
         } else {
@@ -150,46 +133,101 @@ std::size_t MacroExpander::unchangedEnd(std::string_view text, std::size_t at, M
     return at;
 }
 
-bool MacroExpander::expandRun(std::string_view file, std::size_t end, OpenState open, PlaceCounter& place,
-                              std::string& output, LineMap& lines) {
-    const std::string_view run = file.substr(0, end);
-    std::size_t at = place.offset();
-    std::size_t copiedTo = at;
-    lines.beginCopy(output.size(), place.line(), place.column());
-    if (open == kInComment) {
-        const std::size_t close = run.find("*/", at);
-        at = close == std::string_view::npos ? end : close + 2;
-    } else if (open != kInCode) {
-        const std::size_t close = closingQuote(run, at, open);
-        at = close == std::string_view::npos ? end : close + 1;
-    }
-
-    for (;;) {
-        Macro* macro = nullptr;
-        at = unchangedEnd(run, at, macro);
-        if (!macro && at < end) { // in a file the mark is a byte like any other
+/// The same for lines of a file, which end before a directive line. Moves `file`; what is open at the end
+/// goes into the cursor.
+MacroExpander::Stop MacroExpander::nextStop(TextFrame& file, SourceCursor& cursor, Macro*& macro) {
+    const std::string_view text = file.text;
+    std::size_t at = file.at;
+    if (cursor.open == kInComment)
+        return at < text.size() ? Stop::comment : Stop::end;
+    if (cursor.open != kInCode)
+        at = fileLiteralEnd(text, at, cursor.open, cursor.open);
+    while (cursor.open == kInCode && at < text.size()) {
+        const char byte = text[at];
+        if (hasClass(byte, kInert)) {
             ++at;
-            continue;
+        } else if (hasClass(byte, kIdentifierStart)) {
+            const std::size_t end = identifierEnd(text, at);
+            macro = macros.find(text.substr(at, end - at));
+            if (macro) {
+                file.at = at;
+                return Stop::macro;
+            }
+            at = end;
+        } else if (byte == '\n') {
+            if (directiveFollows(text, ++at))
+                break;
+        } else if (startsNumber(text, at)) {
+            at = numberEnd(text, at);
+        } else if (byte == '"' || byte == '\'') {
+            cursor.openedAt = at;
+            at = fileLiteralEnd(text, at + 1, byte, cursor.open);
+        } else if (startsComment(text, at)) {
+            file.at = at;
+            return Stop::comment;
+        } else {
+            ++at; // a paint mark, too, is a byte like any other in a file
         }
-        output.append(run, copiedTo, at - copiedTo);
+    }
+    file.at = at;
+    return Stop::end;
+}
+
+/// Moves behind the comment at `at`, or behind the rest of the open one. A blank takes the place of a block.
+void MacroExpander::dropComment(SourceCursor& cursor, std::size_t& at, std::string& output, LineMap& lines) {
+    const std::string_view text = cursor.text;
+    if (cursor.open == kInCode && text[at + 1] == '/') {
+        at = commentEnd(text, at);
+        if (at < text.size())
+            return; // the line feed that follows brings the map back into step
+    } else {
+        if (cursor.open == kInCode) {
+            cursor.openedAt = at;
+            at += 2;
+        }
+        const std::size_t close = text.find("*/", at);
+        cursor.open = close == std::string_view::npos ? kInComment : kInCode;
+        at = close == std::string_view::npos ? text.size() : close + 2;
+        output += ' ';
+    }
+    lines.beginCopy(output.size(), at);
+}
+
+bool MacroExpander::expandRun(SourceCursor& cursor, std::string& output, LineMap& lines) {
+    pushFrame(cursor.text, nullptr);
+    TextFrame& file = frames.back();
+    file.isFile = true;
+    file.at = cursor.at;
+    lines.beginCopy(output.size(), cursor.at);
+    for (;;) {
+        const std::size_t copied = file.at;
+        Macro* macro = nullptr;
+        const Stop stop = nextStop(file, cursor, macro);
+        output.append(cursor.text, copied, file.at - copied);
+        cursor.at = file.at;
         if (output.size() > outputLimit)
             return fail("preprocessed source is too large");
-        place.moveTo(at);
-        if (!macro)
+        if (stop == Stop::end) {
+            popFrame();
             return true;
-        lines.beginMade(output.size(), place.line(), place.column());
-        pushFrame(run, nullptr);
-        frames.back().at = at + macro->name.size();
-        Sink sink{output, false, true};
-        if (!putMacroName(0, *macro, sink) || !drain(1, 0, sink))
+        }
+        if (stop == Stop::comment)
+            dropComment(cursor, file.at, output, lines);
+        else if (!expandInFile(file, *macro, output, lines))
             return false;
-        at = copiedTo = frames.back().at;
-        popFrame();
-        if (at < end && !output.empty() && wouldMerge(output.back(), run[at]))
-            output += ' ';
-        place.moveTo(at);
-        lines.beginCopy(output.size(), place.line(), place.column());
     }
+}
+
+bool MacroExpander::expandInFile(TextFrame& file, Macro& macro, std::string& output, LineMap& lines) {
+    lines.beginMade(output.size(), file.at);
+    file.at += macro.name.size();
+    Sink sink{output, false, true};
+    if (!putMacroName(0, macro, sink) || !drain(1, 0, sink))
+        return false;
+    if (file.at < file.text.size() && !output.empty() && wouldMerge(output.back(), file.text[file.at]))
+        output += ' ';
+    lines.beginCopy(output.size(), file.at);
+    return true;
 }
 
 bool MacroExpander::expandCondition(std::string_view text, std::string& result) {
@@ -202,7 +240,7 @@ bool MacroExpander::expandCondition(std::string_view text, std::string& result) 
 /// read from frames down to the index `floor`.
 bool MacroExpander::drain(std::size_t remaining, std::size_t floor, Sink& sink) {
     while (frames.size() > remaining) {
-        Frame& frame = frames.back();
+        TextFrame& frame = frames.back();
         const std::string_view text = frame.text;
         if (frame.at >= text.size()) {
             popFrame();
@@ -225,7 +263,7 @@ bool MacroExpander::drain(std::size_t remaining, std::size_t floor, Sink& sink) 
 }
 
 /// At a paint mark: the name behind it as it is, with the mark as long as the text will be expanded again.
-void MacroExpander::putPaintedName(Frame& frame, Sink& sink) {
+void MacroExpander::putPaintedName(TextFrame& frame, Sink& sink) {
     const std::size_t mark = frame.at;
     const bool marksName = mark + 1 < frame.text.size() && hasClass(frame.text[mark + 1], kIdentifierStart);
     frame.at = marksName ? identifierEnd(frame.text, mark + 1) : mark + 1;
@@ -246,7 +284,7 @@ bool MacroExpander::putMacroName(std::size_t floor, Macro& macro, Sink& sink) {
         return true;
     }
     sink.seam = true;
-    if (!beginExpansion(floor, macro))
+    if (!beginExpansion(floor, macro, sink))
         return false;
     // A name that stands alone in a replacement of megabytes must not build them up unnoticed.
     return sink.text.size() <= outputLimit ? true : fail("macro expansion is too large");
@@ -260,21 +298,26 @@ const std::string& MacroExpander::objectText(Macro& macro) const {
     return macro.replacement;
 }
 
-bool MacroExpander::beginExpansion(std::size_t floor, Macro& macro) {
+bool MacroExpander::beginExpansion(std::size_t floor, Macro& macro, Sink& sink) {
     if (frames.size() >= kMaxOpenTexts)
         return fail("macro expansion is nested too deeply");
     if (macro.kind != Macro::Kind::function) {
         const std::string& text = objectText(macro);
-        pushFrame(text, &macro);
+        if (macro.isInert) {
+            sink.put(text);
+            sink.seam = true;
+        } else {
+            pushFrame(text, &macro);
+        }
         return charge(text.size() + kExpansionCost);
     }
     ++expansions;
-    std::vector<std::string> arguments;
+    std::vector<Argument> arguments;
     std::string text;
     if (!collectArguments(floor, macro, arguments) || !substitute(macro, arguments, text))
         return false;
     pushFrame({}, &macro);
-    Frame& frame = frames.back();
+    TextFrame& frame = frames.back();
     frame.owned = std::move(text);
     frame.text = frame.owned;
     return true;
@@ -283,10 +326,12 @@ bool MacroExpander::beginExpansion(std::size_t floor, Macro& macro) {
 /// Whether the next thing to be read is an opening parenthesis. If so, it has been read.
 bool MacroExpander::isCalled(std::size_t floor) {
     for (std::size_t index = frames.size(); index-- > floor;) {
-        const Frame& frame = frames[index];
+        TextFrame& frame = frames[index];
         std::size_t at = frame.at;
         while (at < frame.text.size()) {
-            if (hasClass(frame.text[at], kBlank) || frame.text[at] == '\n')
+            if (frame.text[at] == '\n')
+                endAtDirective(frame, at++);
+            else if (hasClass(frame.text[at], kBlank))
                 ++at;
             else if (startsComment(frame.text, at))
                 at = commentEnd(frame.text, at);
@@ -306,91 +351,41 @@ bool MacroExpander::isCalled(std::size_t floor) {
 }
 
 bool MacroExpander::collectArguments(std::size_t floor, const Macro& macro,
-                                     std::vector<std::string>& arguments) {
-    const std::size_t places = macro.parameters.size() + (macro.variadic ? 1 : 0);
-    std::size_t surplus = 0; // arguments without a place, counted but not kept
-    std::size_t depth = 0;
-    arguments.emplace_back();
+                                     std::vector<Argument>& arguments) {
+    ArgumentReader reader(macros, macro, arguments);
     for (;;) {
-        Frame& frame = frames.back();
-        const std::string_view text = frame.text;
-        std::string& argument = arguments.back();
-        const std::size_t begin = frame.at;
-        if (begin >= text.size()) {
-            if (frames.size() - 1 <= floor)
-                return fail("unterminated macro argument list: " + macro.name);
-            popFrame();
-            continue;
-        }
-        const char byte = text[begin];
-        frame.at = begin + 1;
-        if (hasClass(byte, kIdentifierStart)) {
-            frame.at = identifierEnd(text, begin);
-            const std::string_view word = text.substr(begin, frame.at - begin);
-            const Macro* const named = macros.find(word);
-            const bool painted = begin > 0 && text[begin - 1] == kPaintMark;
-            if (named && named->busy && !painted)
-                argument += kPaintMark;
-            argument += word;
-        } else if (byte == '"' || byte == '\'') {
-            frame.at = literalEnd(text, begin);
-            argument.append(text, begin, frame.at - begin);
-        } else if (startsNumber(text, begin)) {
-            frame.at = numberEnd(text, begin);
-            argument.append(text, begin, frame.at - begin);
-        } else if (startsComment(text, begin)) {
-            frame.at = commentEnd(text, begin);
-            argument += ' ';
-        } else if (byte == ')' && depth == 0) {
-            return checkCount(macro, arguments, surplus);
-        } else if (byte == ',' && depth == 0 && arguments.size() < places) {
-            arguments.emplace_back();
-        } else if (byte == ',' && depth == 0 && !macro.variadic) {
-            ++surplus;
-        } else {
-            depth += byte == '(' ? 1u : 0u;
-            depth -= byte == ')' ? 1u : 0u;
-            const bool fromFile = frame.macro == nullptr && frames.size() == 1;
-            const char kept = fromFile && byte == kPaintMark ? kPaintMarkStandIn : byte;
-            argument += kept == '\n' ? ' ' : kept;
-        }
-        if (!charge(frame.at - begin))
+        const bool raw = frames.size() == 1 && frames.back().macro == nullptr;
+        const bool closed = reader.read(frames.back(), raw);
+        if (!charge(reader.takeCost()))
             return false;
+        if (closed)
+            break;
+        if (frames.size() - 1 <= floor)
+            return fail("unterminated macro argument list: " + macro.name);
+        reader.leaveFrame();
+        popFrame();
     }
-}
-
-/// Brings the arguments into the shape that the macro's pieces count on: one per parameter, the variadic one
-/// last.
-bool MacroExpander::checkCount(const Macro& macro, std::vector<std::string>& arguments, std::size_t surplus) {
-    for (std::string& argument : arguments)
-        argument = std::string(trimmed(argument));
-    const std::size_t wanted = macro.parameters.size();
-    if (wanted == 0 && arguments.size() == 1 && arguments[0].empty())
-        arguments.clear();
-    const std::size_t found = arguments.size() + surplus;
-    if (macro.variadic ? found >= wanted : found == wanted) {
-        arguments.resize(wanted + (macro.variadic ? 1 : 0));
-        return true;
-    }
-    return fail("wrong number of macro arguments: " + macro.name + " expects " +
-                (macro.variadic ? "at least " : "") + std::to_string(wanted) + ", found " +
+    std::size_t found = 0;
+    return reader.matchParameters(found) ||
+           fail("wrong number of macro arguments: " + macro.name + " expects " +
+                (macro.variadic ? "at least " : "") + std::to_string(macro.parameters.size()) + ", found " +
                 std::to_string(found));
 }
 
-bool MacroExpander::substitute(const Macro& macro, const std::vector<std::string>& arguments,
-                               std::string& result) {
-    std::vector<std::string> expanded(arguments.size());
-    std::vector<bool> done(arguments.size(), false);
+bool MacroExpander::substitute(const Macro& macro, std::vector<Argument>& arguments, std::string& result) {
+    std::size_t expected = macro.piecesBytes;
+    for (const Argument& argument : arguments)
+        expected += argument.text.size();
+    result.reserve(expected);
     Sink sink{result, true};
     for (const Macro::Piece& piece : macro.pieces) {
         sink.seam = true;
         std::string_view text = piece.text;
         if (piece.parameter != Macro::kNoParameter) {
-            if (!done[piece.parameter] &&
-                !expandArgument(arguments[piece.parameter], expanded[piece.parameter]))
+            Argument& argument = arguments[piece.parameter];
+            if (!argument.isExpanded && !expandArgument(argument))
                 return false;
-            done[piece.parameter] = true;
-            text = expanded[piece.parameter];
+            text = argument.expanded;
         }
         if (!charge(text.size()))
             return false;
@@ -399,13 +394,19 @@ bool MacroExpander::substitute(const Macro& macro, const std::vector<std::string
     return charge(kExpansionCost);
 }
 
-bool MacroExpander::expandArgument(std::string_view argument, std::string& result) {
-    if (++argumentDepth > kMaxArgumentDepth)
+bool MacroExpander::expandArgument(Argument& argument) {
+    if (argumentDepth == kMaxArgumentDepth)
         return fail("macro expansion is nested too deeply");
+    argument.isExpanded = true;
+    argument.expanded = argument.text;
+    if (!argument.hasMacros)
+        return true;
+    ++argumentDepth;
     const std::size_t floor = frames.size();
-    pushFrame(argument, nullptr);
-    Sink sink{result, true};
+    pushFrame(argument.text, nullptr);
+    Sink sink{argument.ownExpansion, true};
     const bool expanded = drain(floor, floor, sink);
+    argument.expanded = argument.ownExpansion;
     --argumentDepth;
     return expanded;
 }

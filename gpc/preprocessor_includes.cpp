@@ -71,8 +71,9 @@ std::optional<std::filesystem::path> Preprocessor::findFile(const File& from, st
     if (name.find('\0') != std::string_view::npos)
         return std::nullopt;
     const std::filesystem::path wanted = pathFromUtf8(name);
-    if (quoted && !from.path.empty()) {
-        auto candidate = pathFromUtf8(from.path).parent_path() / wanted;
+    const std::string& fromPath = result.lines.pathOf(from.index);
+    if (quoted && !fromPath.empty()) {
+        auto candidate = pathFromUtf8(fromPath).parent_path() / wanted;
         if (isFile(candidate))
             return candidate;
     }
@@ -114,31 +115,26 @@ bool Preprocessor::includeFile(const Directive& directive, const std::filesystem
     default:
         return fail(directive.place, "include file could not be read: " + name);
     }
-    static constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-    std::string_view text = content;
-    if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark)
-        text.remove_prefix(kByteOrderMark.size());
-
-    includedBytes += text.size();
+    if (content.starts_with(kByteOrderMark))
+        content.erase(0, kByteOrderMark.size());
+    includedBytes += content.size();
     if (includedBytes > kMaxGrowthBytes)
         return fail(directive.place, "included files are larger than 8 MB in all");
-    File file{text, name, directive.file.depth + 1, PlaceCounter(text)};
+
+    const std::uint32_t index = result.lines.addOwnedFile(name, std::move(content));
+    File file{index, directive.file.depth + 1, {result.lines.textOf(index)}};
     if (!processFile(file))
         return false;
-    if (file.open == kInComment)
-        return failInOpenComment(file);
+    // A comment that swallowed the including file as well would leave nobody the wiser.
+    if (file.cursor.open == kInComment)
+        return fail({index, static_cast<std::uint32_t>(file.cursor.openedAt)},
+                    "unterminated comment in an included file");
     // What follows the include must not join the file's last token.
     if (!result.text.empty() && result.text.back() != '\n')
         result.text += '\n';
-    result.lines.beginFile(result.text.size(), directive.file.path);
+    result.lines.beginFile(result.text.size(), directive.file.index);
+    result.lines.beginCopy(result.text.size(), directive.file.cursor.at);
     return true;
-}
-
-/// A comment that swallowed the including file as well would leave nobody the wiser.
-bool Preprocessor::failInOpenComment(const File& file) {
-    PlaceCounter place(file.text);
-    place.moveTo(file.openedAt);
-    return fail({place.line(), place.column(), file.path}, "unterminated comment in an included file");
 }
 
 bool Preprocessor::handleImport(const Directive& directive) {
@@ -159,7 +155,7 @@ bool Preprocessor::handleImport(const Directive& directive) {
     if (!parseInputTranslator(std::span(bytes, content.size()), translator, error))
         return fail(directive.place, "invalid Input Translator file: " + error);
 
-    result.lines.beginMade(result.text.size(), directive.place.line, directive.place.column);
+    result.lines.beginMade(result.text.size(), directive.place.offset);
     const std::string name = tableNameOf(*path);
     for (const InputTranslatorSection& section : translator.sections)
         result.text += tableLine(name, section);

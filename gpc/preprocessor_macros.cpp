@@ -32,6 +32,24 @@ void maskPaintMarks(std::string& text) {
     }
 }
 
+bool hasNames(std::string_view text) {
+    for (std::size_t at = 0; at < text.size();) {
+        if (hasClass(text[at], kIdentifierStart))
+            return true;
+        if (text[at] == '"' || text[at] == '\'')
+            at = literalEnd(text, at);
+        else
+            at = startsNumber(text, at) ? numberEnd(text, at) : at + 1;
+    }
+    return false;
+}
+
+void setReplacement(Macro& macro, std::string_view text) {
+    macro.replacement = text;
+    maskPaintMarks(macro.replacement);
+    macro.isInert = !hasNames(macro.replacement);
+}
+
 /// Reads "NAME replacement" and "NAME(parameters) replacement".
 class DefinitionReader {
 public:
@@ -49,12 +67,9 @@ public:
             if (!readParameters())
                 return false;
         }
-        std::string replacement(trimmed(text.substr(at)));
-        maskPaintMarks(replacement);
+        setReplacement(macro, trimmed(text.substr(at)));
         if (macro.kind == Macro::Kind::function)
-            cutIntoPieces(replacement);
-        else
-            macro.replacement = std::move(replacement);
+            cutIntoPieces(std::exchange(macro.replacement, {}));
         return true;
     }
 
@@ -131,6 +146,7 @@ private:
         const auto closePiece = [&](std::size_t end) {
             if (end > begin)
                 macro.pieces.push_back({std::string(replacement.substr(begin, end - begin))});
+            macro.piecesBytes += end - begin;
         };
         while (from < replacement.size()) {
             const char byte = replacement[from];
@@ -301,8 +317,7 @@ public:
             return fail("expected an expression after legacy define name");
         if (!extent.atEndOfText())
             return fail("unexpected text after legacy define");
-        macro.replacement = expression.substr(0, extent.end());
-        maskPaintMarks(macro.replacement);
+        setReplacement(macro, expression.substr(0, extent.end()));
         return true;
     }
 

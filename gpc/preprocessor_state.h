@@ -20,6 +20,8 @@
 
 namespace Vantor::gpc {
 
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
 class Preprocessor {
 public:
     Preprocessor(std::string_view source, const PreprocessOptions& preprocessOptions,
@@ -36,24 +38,16 @@ private:
     };
     /// A file that is being processed.
     struct File {
-        std::string_view text;
-        std::string path; ///< UTF-8; empty for a source without a file
-        int depth;        ///< 0 for the main file
-        PlaceCounter place;
-        OpenState open = kInCode; ///< what the next line begins inside of
-        std::size_t openedAt = 0; ///< where that comment or literal was opened
-    };
-    struct Place {
-        std::uint64_t line;
-        std::uint64_t column;
-        std::string file;
+        std::uint32_t index; ///< in the line map, which knows its path
+        int depth;           ///< 0 for the main file
+        SourceCursor cursor;
     };
     /// A directive line whose name has been read. `rest` is what follows the name, comments included.
     struct Directive {
         File& file;
         std::string_view name;
         std::string_view rest;
-        Place place;
+        FileOffset place;
     };
     using Handler = bool (Preprocessor::*)(const Directive&);
     struct DirectiveRule {
@@ -63,15 +57,14 @@ private:
     };
     static const DirectiveRule kDirectives[];
 
-    bool fail(const Place& place, std::string message);
-    Place placeIn(const File& file) const;
+    bool fail(FileOffset place, std::string message);
     bool isActive() const { return conditionals.empty() || conditionals.back().active != 0; }
 
     // Lines and files.
     bool processFile(File& file);
     bool processRun(File& file);
+    void skipRun(SourceCursor& cursor);
     bool processDirectiveLine(File& file, LineKind kind);
-    bool failInOpenComment(const File& file);
 
     // Directives.
     bool dispatch(const Directive& directive);
@@ -86,7 +79,7 @@ private:
     bool handleEndif(const Directive& directive);
     bool handlePragma(const Directive& directive);
     bool openOnName(const Directive& directive, bool wantDefined);
-    void openConditional(bool condition, const Place& place);
+    void openConditional(bool condition, FileOffset place);
     std::optional<bool> evaluateCondition(std::string_view text);
     bool answerDefined(std::string_view text, std::string& result);
 
@@ -102,8 +95,8 @@ private:
     MacroTable macros;
     MacroExpander expander;
     std::vector<Conditional> conditionals;
-    std::deque<Place> conditionalPlaces; ///< where each of them was opened
-    int fileCount = 0;                   ///< files included and imported so far
+    std::deque<FileOffset> conditionalPlaces; ///< where each of them was opened
+    int fileCount = 0;                        ///< files included and imported so far
     std::size_t includedBytes = 0;
 };
 

@@ -91,6 +91,21 @@ LineKind lineKindAt(std::string_view text, std::size_t at) noexcept {
     return longerWord ? LineKind::text : LineKind::legacyDefine;
 }
 
+std::size_t fileLiteralEnd(std::string_view text, std::size_t at, char quote, OpenState& open) noexcept {
+    open = quote;
+    for (; at < text.size(); ++at) {
+        if (text[at] == quote) {
+            open = kInCode;
+            return at + 1;
+        }
+        if (text[at] == '\\' && ++at == text.size())
+            break;
+        if (text[at] == '\n' && directiveFollows(text, at + 1))
+            return at + 1;
+    }
+    return text.size();
+}
+
 JoinedLine joinedLineAt(std::string_view text, std::size_t at, std::string& storage) {
     JoinedLine joined;
     bool several = false;

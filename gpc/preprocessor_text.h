@@ -17,6 +17,14 @@ using OpenState = char;
 inline constexpr OpenState kInCode = 0;
 inline constexpr OpenState kInComment = '*';
 
+/// How far a file has been read.
+struct SourceCursor {
+    std::string_view text;
+    std::size_t at = 0;
+    OpenState open = kInCode; ///< what the text at `at` is inside of
+    std::size_t openedAt = 0; ///< where that comment or literal was opened
+};
+
 /// The state behind `text`, when it was `open` before it. `openedAt` is set to the offset in `text` of what
 /// opened the state, and left alone when nothing in `text` did.
 OpenState stateBehind(std::string_view text, OpenState open, std::size_t& openedAt) noexcept;
@@ -57,6 +65,16 @@ LineKind lineKindAt(std::string_view text, std::size_t at) noexcept;
 inline std::size_t lineEndAt(std::string_view text, std::size_t at) noexcept {
     return std::min(text.find('\n', at), text.size() - 1) + 1;
 }
+
+/// Whether the line feed in front of `at` ends a run of ordinary lines.
+inline bool directiveFollows(std::string_view text, std::size_t at) noexcept {
+    return lineKindAt(text, at) != LineKind::text;
+}
+
+/// literalEnd() for a literal of a file whose content goes on at `at`: no further than the next directive
+/// line, in front of which it stays open. `open` becomes the quote then and at the end of the text, else
+/// kInCode.
+std::size_t fileLiteralEnd(std::string_view text, std::size_t at, char quote, OpenState& open) noexcept;
 
 struct JoinedLine {
     std::string_view text; ///< of a single physical line, or of `storage`

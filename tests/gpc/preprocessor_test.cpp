@@ -77,6 +77,24 @@ TEST(LineMap, PointsAtWhatTheUserWrote) {
     EXPECT_EQ(end.column, 5u);
 }
 
+TEST(LineMap, StaysInStepBehindComments) {
+    const std::string source = "#define A first_ // left out\n"
+                               "A // left out\n"
+                               "  second_ /* left out */ third_ /*\n"
+                               " left out */ fourth_ //\n"
+                               "fifth_ // no line end";
+    const PreprocessResult result = preprocess(source, {});
+    EXPECT_EQ(result.text.find("left"), std::string::npos);
+    EXPECT_EQ(placeOf(result, "first_"), "2:1");
+    EXPECT_EQ(placeOf(result, "second_"), "3:3");
+    EXPECT_EQ(placeOf(result, "third_"), "3:26");
+    EXPECT_EQ(placeOf(result, "fourth_"), "4:14");
+    EXPECT_EQ(placeOf(result, "fifth_"), "5:1");
+    const SourcePlace end = result.lines.locate(result.text, result.text.size());
+    EXPECT_EQ(end.line, 5u);
+    EXPECT_EQ(end.column, 22u);
+}
+
 TEST_F(TemporaryFolder, LineMapNamesTheFileOnBothSidesOfAnInclude) {
     write("inner.gpc", "inner_one\n  inner_two");
     const std::string outer = write("outer.gpc", "");
@@ -88,6 +106,10 @@ TEST_F(TemporaryFolder, LineMapNamesTheFileOnBothSidesOfAnInclude) {
     EXPECT_EQ(placeOf(result, "inner_one"), inner + "1:1");
     EXPECT_EQ(placeOf(result, "inner_two"), inner + "2:3");
     EXPECT_EQ(placeOf(result, "after"), outer + "3:1");
+    // An include may be the last thing that a file has.
+    const PreprocessResult last = preprocess("a\n#include \"inner.gpc\"", options);
+    const SourcePlace end = last.lines.locate(last.text, last.text.size());
+    EXPECT_EQ(std::string(end.file) + std::to_string(end.line), outer + "2");
 }
 
 TEST(Preprocessor, TakesLineEndsAndOddBytesAsTheyCome) {
@@ -118,8 +140,11 @@ TEST(Preprocessor, TakesLineEndsAndOddBytesAsTheyCome) {
         {"#define A 1\n\"A\nA\" A", "\"A\nA\" 1"},
         {"#define A 1\n\"A\n#undef B\nA\" A", "\"A\nA\" 1"},
         {"#define A 1\n'A\\", "'A\\"},
-        {"#define A 1\n/* A", "/* A"},
-        {"#define A 1 /* A\nA */ A", "/*A */ 1"},
+        {"#define A 1\n/* A", " "},
+        {"#define A 1 /* A\nA */ A", "  1"},
+        {"#define A +\nA/**/+ A//\n+ a/**/b", "+ + +\n+ a b"},
+        {"#define F(x) [x]\nF//(\n(/*)*/1) F /*\n#define A */ (2)//", "[1] [2]"},
+        {"#define F(x) [x]\nF\n#undef F\n(1)", "F\n(1)"},
         {"#define E\nE E E", "  "},
         {"#define F(x)\nF(1)F F(2)", "F "},
         {"defined definer define_ define1", "defined definer define_ define1"},

@@ -14,8 +14,9 @@ TEST_F(HostRuns, CarriesFiveThousandFramesAtOneKilohertz) {
     EXPECT_EQ(number("frames/forwarded") + number("frames/overwritten"), 5000);
     EXPECT_GT(number("frames/forwarded"), 2500) << "most frames were lost on the way";
     // The sum alone would also hold if frames were lost after they had been taken. Only one that comes
-    // between the reader's waking and its copy is claimed and yet overwritten.
-    EXPECT_LE(number("frames/overwritten"), number("frames/unclaimed") + 50);
+    // between the reader's waking and its copy is claimed and yet overwritten, which happens the more often
+    // the later a machine wakes its threads.
+    EXPECT_LE(number("frames/overwritten"), number("frames/unclaimed") * 5 / 4 + 50);
     EXPECT_EQ(number("frames/intact"), number("frames/forwarded"));
     expectCleanFrames();
     EXPECT_EQ(number("disconnections"), 0);

@@ -4,7 +4,7 @@
 #   scripts/windows_lane.sh
 #
 # Qt and hidapi for Windows come from the folder that FERRYLINK_WINDOWS_SDK names; else from the archive that
-# FERRYLINK_WINDOWS_SDK_ARCHIVE names; else scripts/windows_sdk.sh builds them, once, in about 25 minutes.
+# FERRYLINK_WINDOWS_SDK_ARCHIVE names; else scripts/windows_sdk.sh builds them in about 25 minutes, once for all checkouts.
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -12,18 +12,20 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 need "${packages[@]}" g++-mingw-w64-x86-64-posix googletest wine wine64 xvfb xauth xz-utils fonts-dejavu-core
 
-own_sdk=$root/build/windows-sdk
 if [ -z "${FERRYLINK_WINDOWS_SDK:-}" ]; then
-  if [ -n "${FERRYLINK_WINDOWS_SDK_ARCHIVE:-}" ] && [ ! -d "$own_sdk" ]; then
-    say "Unpacking $FERRYLINK_WINDOWS_SDK_ARCHIVE"
-    rm -rf "$own_sdk.partial"
-    mkdir -p "$own_sdk.partial"
-    tar -C "$own_sdk.partial" --strip-components=1 -xf "$FERRYLINK_WINDOWS_SDK_ARCHIVE"
-    mv "$own_sdk.partial" "$own_sdk"
-  elif [ ! -d "$own_sdk" ]; then
-    scripts/windows_sdk.sh "$own_sdk"
+  if [ -n "${FERRYLINK_WINDOWS_SDK_ARCHIVE:-}" ]; then
+    FERRYLINK_WINDOWS_SDK=$root/build/windows-sdk
+    if [ ! -d "$FERRYLINK_WINDOWS_SDK" ]; then
+      say "Unpacking $FERRYLINK_WINDOWS_SDK_ARCHIVE"
+      rm -rf "$FERRYLINK_WINDOWS_SDK.partial"
+      mkdir -p "$FERRYLINK_WINDOWS_SDK.partial"
+      tar -C "$FERRYLINK_WINDOWS_SDK.partial" --strip-components=1 -xf "$FERRYLINK_WINDOWS_SDK_ARCHIVE"
+      mv "$FERRYLINK_WINDOWS_SDK.partial" "$FERRYLINK_WINDOWS_SDK"
+    fi
+  else
+    FERRYLINK_WINDOWS_SDK=${XDG_CACHE_HOME:-$HOME/.cache}/ferrylink/windows-sdk
+    scripts/windows_sdk.sh "$FERRYLINK_WINDOWS_SDK"
   fi
-  FERRYLINK_WINDOWS_SDK=$own_sdk
 fi
 export FERRYLINK_WINDOWS_SDK
 for file in bin/Qt6Widgets.dll bin/libhidapi.dll plugins/platforms/qwindows.dll lib/cmake/Qt6/Qt6Config.cmake; do

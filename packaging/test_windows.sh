@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Makes the zip of build/windows, which has to be built as build/release's gpc has, unpacks it into an empty folder
-# and tries it there under Wine, with nothing on the search path but what Windows has.
+# Makes the zip and the installer of build/windows, which has to be built as build/release's gpc has, unpacks the one into
+# an empty folder, runs the other, and tries what both leave there under Wine, with nothing on the search path but what
+# Windows has.
 #
 #   packaging/test_windows.sh
 
@@ -13,11 +14,11 @@ export WINEPREFIX=${WINEPREFIX:-$build/wine}
 temporary=$(mktemp -d)
 trap 'rm -rf "$temporary"' EXIT
 
-say "Making the zip"
+say "Making the packages"
 rm -rf "$build/packages"
 (cd "$build" && cpack --config CPackConfig.cmake >"$temporary/cpack.log" 2>&1) || {
   cat "$temporary/cpack.log" >&2
-  die "the zip could not be made"
+  die "the packages could not be made"
 }
 package=$(ls "$build"/packages/*.zip)
 python3 -m zipfile -e "$package" "$temporary/unpacked"
@@ -36,6 +37,23 @@ for name in sys.argv[2:]:
         sys.exit(f"error: {name} does not tell its version")
 PYTHON
 
-say "Trying it"
+say "Trying the zip"
 check_installed "$folder" "$root/build/release/bin/gpc" wine
-say "The zip is fine: $package"
+
+say "Trying the installer"
+# Silent: the folder is told, last and without quotes (so no blanks here), instead of being asked for.
+windows_folder='C:\FerryLinkTried'
+installed="$WINEPREFIX/drive_c/FerryLinkTried"
+rm -rf "$installed"
+wine "${package%.zip}.exe" /S "/D=$windows_folder"
+(cd "$folder" && find . -type f | sort) >"$temporary/zip.list"
+(cd "$installed" && find . -type f ! -name Uninstall.exe | sort) >"$temporary/installer.list"
+diff "$temporary/zip.list" "$temporary/installer.list" || die "the installer lays down other files than the zip has"
+check_installed "$installed" "$root/build/release/bin/gpc" wine
+touch "$installed/examples/of_mine.gpc"
+# With _?= it works where it lies and is waited for, but cannot remove itself.
+wine "$installed/Uninstall.exe" /S "_?=$windows_folder"
+left=$(cd "$installed" && find . -type f | sort | tr '\n' ' ')
+[ "$left" = "./Uninstall.exe ./examples/of_mine.gpc " ] || die "removing FerryLink left: $left"
+rm -rf "$installed"
+say "The zip and the installer are fine: $package, ${package%.zip}.exe"

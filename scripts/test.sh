@@ -9,7 +9,7 @@
 #   tidy       static analysis (clang-tidy)
 #   usb        the plug-in on a real USB stack: a guest kernel with simulated adapters as USB gadgets
 #   fuzz       every parser of foreign bytes, two at a time for a minute each, from the kept corpus; damaged files exhaustively
-#   windows    cross-built; the tests under Wine, and the zip for Windows users unpacked and tried
+#   windows    cross-built; the tests under Wine, and the packages for Windows users: zip and installer, both tried
 #   package    the Debian package: made, and its contents tried; as root also installed and removed
 #   bench      measures against named baselines and prints one table of ratios; never fails on a figure
 #   all        every lane above

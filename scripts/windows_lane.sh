@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# The lane `windows`: builds everything for Windows, runs the tests under Wine, makes the zip and tries it.
+# The lane `windows`: builds everything for Windows, runs the tests under Wine, makes the zip and the installer
+# and tries both.
 #
 #   scripts/windows_lane.sh
 #
@@ -10,7 +11,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 [ "$(dpkg --print-architecture)" = amd64 ] || die "the windows lane needs a 64-bit PC: Wine runs its programs only there"
 
-need "${packages[@]}" g++-mingw-w64-x86-64-posix googletest wine wine64 xvfb xauth xz-utils fonts-dejavu-core
+need "${packages[@]}" g++-mingw-w64-x86-64-posix googletest wine wine64 nsis xvfb xauth xz-utils fonts-dejavu-core
 
 if [ -z "${FERRYLINK_WINDOWS_SDK:-}" ]; then
   if [ -n "${FERRYLINK_WINDOWS_SDK_ARCHIVE:-}" ]; then

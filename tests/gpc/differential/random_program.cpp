@@ -1,8 +1,6 @@
-#include "tests/gpc/differential/random_program.h"
+#include "tests/gpc/differential/random_declarations.h"
 
-#include <algorithm>
 #include <array>
-#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -14,13 +12,9 @@ constexpr std::uint64_t kCostLimit = 3000; ///< statements that a whole program 
 constexpr int kDepthLimit = 4;
 
 /// Draws the program. Everything that it decides comes from one stream of random numbers.
-class Generator {
+class Generator : RandomDeclarations {
 public:
-    explicit Generator(std::uint64_t seed) : state(seed) {
-        program.seed = seed;
-        // Neighbouring seeds would give the same stream, one step apart.
-        state = static_cast<std::uint64_t>(next()) << 32 | next();
-    }
+    explicit Generator(std::uint64_t seed) : RandomDeclarations(seed) {}
 
     Program run() {
         declareGlobals();
@@ -34,149 +28,10 @@ public:
     }
 
 private:
-    Program program;
-    std::uint64_t state;
-    Function* current = nullptr;
-    std::vector<int> visible;  // variables that the code in hand may name
-    std::vector<int> counters; // free loop counters
     std::uint64_t multiplier = 1;
     int loopDepth = 0;
     bool inSwitch = false;
     bool inFunction = false;
-
-    std::uint32_t next() {
-        state += 0x9E3779B97F4A7C15ULL;
-        std::uint64_t z = state;
-        z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
-        z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
-        return static_cast<std::uint32_t>((z ^ (z >> 31)) >> 16);
-    }
-    int below(int bound) { return static_cast<int>(next() % static_cast<std::uint32_t>(bound)); }
-    bool chance(int percent) { return below(100) < percent; }
-    Scalar anyScalar() { return static_cast<Scalar>(below(kScalarCount)); }
-    Scalar integerScalar() { return static_cast<Scalar>(below(6)); }
-
-    template<typename T, std::size_t N>
-    T pick(const std::array<T, N>& choices) {
-        return choices[static_cast<std::size_t>(below(static_cast<int>(N)))];
-    }
-
-    /// Numbers near the limits of every width come up as often as all others.
-    std::uint32_t interestingWord() {
-        static constexpr std::array<std::uint32_t, 22> kEdges{
-            0,          1,          2,          7,          31,     32,    127,    128,
-            255,        256,        32767,      32768,      65535,  65536, 0xFFFF, 0x7FFFFFFF,
-            0x80000000, 0xFFFFFFFF, 0xFFFFFF80, 0xFFFF8000, 0xFFFE, 100};
-        switch (below(4)) {
-        case 0:
-            return pick(kEdges);
-        case 1:
-            return static_cast<std::uint32_t>(below(512) - 256);
-        case 2:
-            return next() >> below(32);
-        default:
-            return next();
-        }
-    }
-
-    /// The word as a variable of the type holds it, and as it can be written down.
-    static std::uint32_t fit(std::uint32_t word, Scalar type) {
-        switch (type) {
-        case Scalar::fix32:
-            return word == 0x80000000 ? word + 1 : word; // the most negative one has no literal
-        case Scalar::uint8:
-            return static_cast<std::uint8_t>(word);
-        case Scalar::int8:
-            return static_cast<std::uint32_t>(static_cast<std::int8_t>(word));
-        case Scalar::uint16:
-            return static_cast<std::uint16_t>(word);
-        case Scalar::int16:
-            return static_cast<std::uint32_t>(static_cast<std::int16_t>(word));
-        default:
-            return word;
-        }
-    }
-
-    int addVariable(Variable variable) {
-        program.variables.push_back(std::move(variable));
-        return static_cast<int>(program.variables.size()) - 1;
-    }
-
-    Variable& variableAt(int index) { return program.variables[static_cast<std::size_t>(index)]; }
-
-    void declareGlobals() {
-        const int count = 3 + below(7);
-        for (int i = 0; i < count; ++i) {
-            Variable v;
-            v.name = "g" + std::to_string(i);
-            // The first one is always there to be assigned to.
-            v.type = i == 0 ? integerScalar() : anyScalar();
-            v.length = chance(30) ? 1 << (1 + below(3)) : 0;
-            v.place = i > 0 && chance(12) ? Variable::Place::ConstGlobal : Variable::Place::Global;
-            if (v.place == Variable::Place::ConstGlobal || chance(60)) {
-                const int values = std::max(v.length, 1);
-                for (int k = 0; k < values; ++k) {
-                    v.initial.push_back(fit(interestingWord(), v.type));
-                }
-            }
-            program.globals.push_back(addVariable(std::move(v)));
-        }
-        visible = program.globals;
-        for (int i = 0; i < 2; ++i) {
-            declarePointer("q" + std::to_string(i));
-        }
-        visible = program.globals;
-    }
-
-    void declarePointer(const std::string& name) {
-        const Scalar type = anyScalar();
-        const auto pointee =
-            pickVariable([&](const Variable& v) { return v.type == type && !v.isConst() && !v.isPointer(); });
-        if (pointee) {
-            Variable v;
-            v.name = name;
-            v.type = type;
-            v.place = Variable::Place::PointerGlobal;
-            v.pointee = *pointee;
-            program.globals.push_back(addVariable(std::move(v)));
-        }
-    }
-
-    void declareLocals(const std::string& prefix) {
-        using enum Variable::Place;
-        static constexpr std::array kLocalPlaces{Local, Local, Local, Local, Local, StaticLocal, ConstLocal};
-        const int count = below(5);
-        for (int i = 0; i < count; ++i) {
-            Variable v;
-            v.name = prefix + "l" + std::to_string(i);
-            v.type = anyScalar();
-            v.place = pick(kLocalPlaces);
-            v.length = chance(20) ? 1 << (1 + below(2)) : 0;
-            if (v.isConst() || chance(60)) {
-                const int values = std::max(v.length, 1);
-                for (int k = 0; k < values; ++k) {
-                    v.initial.push_back(fit(interestingWord(), v.type));
-                }
-            }
-            const int index = addVariable(std::move(v));
-            current->locals.push_back(index);
-            visible.push_back(index);
-        }
-        counters.clear();
-        for (int i = 0; i < 3; ++i) {
-            static constexpr std::array<Scalar, 4> kCounterTypes{Scalar::uint8, Scalar::int16, Scalar::uint32,
-                                                                 Scalar::int32};
-            Variable v;
-            v.name = prefix + "i" + std::to_string(i);
-            v.type = pick(kCounterTypes);
-            v.place = Variable::Place::Local;
-            v.counter = true;
-            const int index = addVariable(std::move(v));
-            current->locals.push_back(index);
-            counters.push_back(index);
-            visible.push_back(index);
-        }
-    }
 
     void makeFunction(int number) {
         Function function;
@@ -387,17 +242,6 @@ private:
                     : (left == Word::Unsigned || right == Word::Unsigned) ? Word::Unsigned
                                                                           : left;
         return node;
-    }
-
-    template<typename Wanted>
-    std::optional<int> pickVariable(Wanted wanted) {
-        std::vector<int> candidates;
-        std::copy_if(visible.begin(), visible.end(), std::back_inserter(candidates),
-                     [&](int index) { return wanted(variableAt(index)); });
-        if (candidates.empty()) {
-            return std::nullopt;
-        }
-        return candidates[static_cast<std::size_t>(below(static_cast<int>(candidates.size())))];
     }
 
     /// An expression that names a place: a variable, an element or what a pointer points to.

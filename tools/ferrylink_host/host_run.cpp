@@ -294,6 +294,15 @@ void HostRun::collectFrames(RunReport& report) const {
 void HostRun::judge(const RunReport& report) {
     if (interrupted)
         return; // whatever is missing, the user wanted it so
+    judgeFrames(report);
+    judgeRequests(report.loads);
+    judgeConnection(report);
+    if (adapter != nullptr)
+        for (const QString& text : adapter->protocolErrors())
+            fail(QStringLiteral("The adapter received what it does not understand: %1").arg(text));
+}
+
+void HostRun::judgeFrames(const RunReport& report) {
     const FrameFigures& frames = report.frames;
     const bool forwarded = adapter != nullptr ? frames.forwarded.value_or(0) > 0
                                               : report.rates[QStringLiteral("cv_hz")].toInteger() > 0;
@@ -310,16 +319,22 @@ void HostRun::judge(const RunReport& report) {
                  .arg(*frames.published));
     if (frames.corrupt.value_or(0) + frames.repeated.value_or(0) + frames.outOfOrder.value_or(0) > 0)
         fail(QStringLiteral("Frames arrived corrupt, repeated or out of order."));
-    for (const LoadOutcome& load : report.loads)
+}
+
+void HostRun::judgeRequests(const QList<LoadOutcome>& outcomes) {
+    for (const LoadOutcome& load : outcomes)
         if (!load.ok)
             fail(QStringLiteral("%1 was not loaded into slot %2: %3")
                      .arg(load.file, QString::number(load.slot), load.error));
-    if (report.loads.size() < options.loads.size() && connectedOnce)
+    if (outcomes.size() < options.loads.size() && connectedOnce)
         fail(QStringLiteral("Of %1 files %2 were loaded before the end.")
                  .arg(options.loads.size())
-                 .arg(report.loads.size()));
+                 .arg(outcomes.size()));
     if (options.capture.any() && !capturedOnce && connectedOnce)
         fail(QStringLiteral("The plug-in did not capture."));
+}
+
+void HostRun::judgeConnection(const RunReport& report) {
     if (options.unplugAfterMs && !unplugged && connectedOnce)
         fail(QStringLiteral("The run ended before the adapter was unplugged."));
     if (unplugged && disconnections == 0)
@@ -327,15 +342,12 @@ void HostRun::judge(const RunReport& report) {
     if (options.replugAfterMs && connectedOnce && !reconnectionMs)
         fail(replugged ? QStringLiteral("The plug-in did not reconnect to the adapter.")
                        : QStringLiteral("The run ended before the adapter was plugged in again."));
-    if (framesAtReconnection && frames.intact.value_or(0) <= *framesAtReconnection)
+    if (framesAtReconnection && report.frames.intact.value_or(0) <= *framesAtReconnection)
         fail(QStringLiteral("No frame was forwarded after the reconnection."));
     const QString serial = report.status[QStringLiteral("device_serial")].toString();
     if (!options.serial.isEmpty() && connectedOnce && serial != options.serial)
         fail(QStringLiteral("No adapter has the serial number %1; the plug-in took %2.")
                  .arg(options.serial, serial));
-    if (adapter != nullptr)
-        for (const QString& text : adapter->protocolErrors())
-            fail(QStringLiteral("The adapter received what it does not understand: %1").arg(text));
 }
 
 } // namespace Vantor::devhost

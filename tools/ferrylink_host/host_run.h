@@ -57,6 +57,9 @@ private:
     void collectFrames(RunReport& report) const;
     void collectPublished(RunReport& report) const;
     void judge(const RunReport& report);
+    void judgeFrames(const RunReport& report);
+    void judgeRequests(const QList<LoadOutcome>& outcomes);
+    void judgeConnection(const RunReport& report);
 
     const Options& options;
     PluginSession& session;

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -77,21 +78,35 @@ constexpr std::size_t numberEnd(std::string_view text, std::size_t begin) noexce
             ++at;
         return at;
     };
-    const char second = begin + 1 < text.size() ? text[begin + 1] : '\0';
-    if (text[begin] == '0' && (second == 'x' || second == 'X'))
-        return skip(begin + 2, kHexDigit);
-    if (text[begin] == '0' && (second == 'b' || second == 'B')) {
-        std::size_t end = begin + 2;
+    std::size_t end = skip(begin, kDigit);
+    if (end >= text.size() || (text[end] != '.' && !hasClass(text[end], kIdentifierStart)))
+        return end; // nearly every one
+    const bool prefixed = end == begin + 1 && text[begin] == '0';
+    if (prefixed && (text[end] == 'x' || text[end] == 'X'))
+        return skip(end + 1, kHexDigit);
+    if (prefixed && (text[end] == 'b' || text[end] == 'B')) {
+        ++end;
         while (end < text.size() && (text[end] == '0' || text[end] == '1'))
             ++end;
         return end;
     }
-    std::size_t end = skip(begin, kDigit);
-    if (end < text.size() && text[end] == '.')
+    if (text[end] == '.')
         end = skip(end + 1, kDigit);
     if (end < text.size() && (text[end] == 'f' || text[end] == 'F'))
         ++end;
     return end;
+}
+
+inline bool startsComment(std::string_view text, std::size_t at) noexcept {
+    return text[at] == '/' && at + 1 < text.size() && (text[at + 1] == '/' || text[at + 1] == '*');
+}
+
+/// Offset behind the comment that begins at `at` ("//" or "/*"); a line comment ends before its line feed.
+inline std::size_t commentEnd(std::string_view text, std::size_t at) noexcept {
+    if (text[at + 1] == '/')
+        return std::min(text.find('\n', at), text.size());
+    const std::size_t end = text.find("*/", at + 2);
+    return end == std::string_view::npos ? text.size() : end + 2;
 }
 
 /// Offset of the quote that closes the literal whose content begins at `begin`, or npos. A backslash takes

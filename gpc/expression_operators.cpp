@@ -43,11 +43,16 @@ constexpr std::array kRules = std::to_array<OperatorRule>({
     {TokenKind::CaretCaret, Group::LogicalXor, Opcode::LogicalXor, Opcode::LogicalXor, Opcode::LogicalXor},
 });
 
+/// The row of each operator in kRules.
+constexpr std::array<std::uint8_t, 50> kRows = [] {
+    std::array<std::uint8_t, 50> rows{};
+    for (std::size_t row = 0; row < kRules.size(); ++row)
+        rows[static_cast<std::size_t>(kRules[row].kind)] = static_cast<std::uint8_t>(row);
+    return rows;
+}();
+
 const OperatorRule& ruleOf(TokenKind kind) {
-    std::size_t row = 0;
-    while (kRules[row].kind != kind)
-        ++row;
-    return kRules[row];
+    return kRules[kRows[static_cast<std::size_t>(kind)]];
 }
 
 constexpr std::int32_t asSigned(std::uint32_t bits) {

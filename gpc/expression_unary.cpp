@@ -20,18 +20,18 @@ Type literalType(IntegerLiteralType type) {
 }
 
 bool compileNumber(CompilerState& state, Operand& result, bool negated) {
-    const std::string_view text = state.tokens.text(state.at);
-    if (isFixedLiteral(text)) {
-        const auto value = fixedLiteralValue(text);
-        if (!value)
-            return state.fail(state.at, kFixedLiteralMessage);
-        const auto bits = static_cast<std::uint32_t>(value->bits);
-        result = Operand::constant(negated ? 0 - bits : bits, kFix32Type);
+    const std::uint32_t known = state.token().name;
+    const std::string_view text = known != 0 ? std::string_view{} : state.tokens.text(state.at);
+    const auto integer =
+        known != 0 ? integerLiteralOf(known - 1, negated) : integerLiteralValue(text, negated);
+    if (integer) {
+        result = Operand::constant(static_cast<std::uint32_t>(integer->value), literalType(integer->type));
     } else {
-        const auto value = integerLiteralValue(text, negated);
-        if (!value)
-            return state.fail(state.at, kIntegerLiteralMessage);
-        result = Operand::constant(static_cast<std::uint32_t>(value->value), literalType(value->type));
+        const auto fixed = fixedLiteralValue(text);
+        if (!fixed)
+            return state.fail(state.at, isFixedLiteral(text) ? kFixedLiteralMessage : kIntegerLiteralMessage);
+        const auto bits = static_cast<std::uint32_t>(fixed->bits);
+        result = Operand::constant(negated ? 0 - bits : bits, kFix32Type);
     }
     state.advance();
     return true;

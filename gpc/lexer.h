@@ -26,16 +26,7 @@ public:
     std::uint64_t column() const noexcept { return at - lineStart + 1; }
 
 private:
-    void skipBetweenTokens() noexcept;
-    /// A backslash directly in front of a bracket; the bracket is the token.
-    bool isEscapedBracket(char byte) const noexcept {
-        return byte == '\\' && at + 1 < source.size() && (source[at + 1] == '[' || source[at + 1] == ']');
-    }
-    void skipBlockComment() noexcept;
     void skipTo(std::size_t end) noexcept;
-    Token take(TokenKind kind, std::size_t end) noexcept;
-    Token takeQuoted(TokenKind kind) noexcept;
-    Token takeOperator() noexcept;
 
     std::string_view source;
     std::size_t at = 0;

@@ -35,10 +35,14 @@ unsigned digitValue(char byte) noexcept {
 
 /// An empty text is 0: both halves of a fixed-point literal may be empty.
 std::optional<std::uint64_t> magnitude(std::string_view digits, unsigned base) noexcept {
+    constexpr std::size_t kAlwaysFit = 15; // even hexadecimal ones
+    const bool mayOverflow = digits.size() > kAlwaysFit;
     std::uint64_t value = 0;
     for (const char byte : digits) {
         const unsigned digit = digitValue(byte);
-        if (digit >= base || value > (std::numeric_limits<std::uint64_t>::max() - digit) / base)
+        if (digit >= base)
+            return std::nullopt;
+        if (mayOverflow && value > (std::numeric_limits<std::uint64_t>::max() - digit) / base)
             return std::nullopt;
         value = value * base + digit;
     }
@@ -78,10 +82,13 @@ std::optional<IntegerLiteral> integerLiteralValue(std::string_view text, bool ne
     if (text.empty())
         return std::nullopt;
     const auto absolute = magnitude(text, base);
-    if (!absolute || *absolute > (negated ? kMaxNegatedMagnitude : kMaxMagnitude))
-        return std::nullopt;
+    return absolute ? integerLiteralOf(*absolute, negated) : std::nullopt;
+}
 
-    const auto value = negated ? -static_cast<std::int64_t>(*absolute) : static_cast<std::int64_t>(*absolute);
+std::optional<IntegerLiteral> integerLiteralOf(std::uint64_t absolute, bool negated) noexcept {
+    if (absolute > (negated ? kMaxNegatedMagnitude : kMaxMagnitude))
+        return std::nullopt;
+    const auto value = negated ? -static_cast<std::int64_t>(absolute) : static_cast<std::int64_t>(absolute);
     if (value > std::numeric_limits<std::int32_t>::max())
         return IntegerLiteral{value, IntegerLiteralType::uint32};
     const bool small = value >= std::numeric_limits<std::int16_t>::min() &&

@@ -36,6 +36,9 @@ bool isFixedLiteral(std::string_view text) noexcept;
 /// `negated`: a unary minus stands before the literal; the value comes back with it applied.
 std::optional<IntegerLiteral> integerLiteralValue(std::string_view text, bool negated) noexcept;
 
+/// The same for a value that has been read already.
+std::optional<IntegerLiteral> integerLiteralOf(std::uint64_t magnitude, bool negated) noexcept;
+
 /// The positive value; a unary minus negates both members afterwards. `0f` fails while `0.f` and `0.0` do
 /// not.
 std::optional<FixedLiteral> fixedLiteralValue(std::string_view text) noexcept;

@@ -85,7 +85,9 @@ void load(CompilerState& state, Operand& operand) {
     settle(state, operand);
     switch (operand.kind) {
     case Operand::Kind::Constant:
-        state.code.emitConstant(operand.bits);
+        // Where only a constant will do, what is emitted goes again; most of it need not come.
+        if (state.constantOnly == 0)
+            state.code.emitConstant(operand.bits);
         break;
     case Operand::Kind::Address:
         state.code.emit(Opcode::AddressOf, operand.operand);

@@ -336,24 +336,20 @@ private:
 } // namespace
 
 void MacroTable::grow() {
-    slots.assign(slots.empty() ? kFirstSlotCount : slots.size() * 2, 0);
-    for (std::size_t index = 0; index < macros.size(); ++index) {
-        std::size_t slot = 0;
-        findSlot(macros[index].name, slot);
-        slots[slot] = static_cast<std::uint32_t>(index + 1);
+    slots.assign(slots.empty() ? kFirstSlotCount : slots.size() * 2, {});
+    for (Macro& macro : macros) {
+        const std::uint32_t hash = hashOfName(macro.name);
+        slotOf(macro.name, hash) = {&macro, hash};
     }
 }
 
-/// The entry of that name; null when there is none, and then `slot` is where it belongs. At least one slot is
-/// free.
-Macro* MacroTable::findSlot(std::string_view name, std::size_t& slot) {
+/// Where that name is, or belongs when there is none. At least one slot is free.
+MacroTable::Slot& MacroTable::slotOf(std::string_view name, std::uint32_t hash) {
     const std::size_t mask = slots.size() - 1;
-    for (slot = hashOfName(name) & mask; slots[slot] != 0; slot = (slot + 1) & mask) {
-        Macro& macro = macros[slots[slot] - 1];
-        if (macro.name == name)
-            return &macro;
-    }
-    return nullptr;
+    std::size_t at = hash & mask;
+    while (slots[at].macro && (slots[at].hash != hash || slots[at].macro->name != name))
+        at = (at + 1) & mask;
+    return slots[at];
 }
 
 void MacroTable::define(Macro macro) {
@@ -361,13 +357,12 @@ void MacroTable::define(Macro macro) {
     lengthsByLastByte[static_cast<unsigned char>(macro.name.back())] |= lengthBit(macro.name);
     if (2 * (macros.size() + 1) > slots.size())
         grow();
-    std::size_t slot = 0;
-    if (Macro* const known = findSlot(macro.name, slot)) {
-        *known = std::move(macro);
-        return;
-    }
-    macros.push_back(std::move(macro));
-    slots[slot] = static_cast<std::uint32_t>(macros.size());
+    const std::uint32_t hash = hashOfName(macro.name);
+    Slot& slot = slotOf(macro.name, hash);
+    if (slot.macro)
+        *slot.macro = std::move(macro);
+    else
+        slot = {&macros.emplace_back(std::move(macro)), hash};
 }
 
 void MacroTable::undefine(std::string_view name) {
@@ -380,8 +375,7 @@ Macro* MacroTable::find(std::string_view name) {
                                    lengthsByLastByte[static_cast<unsigned char>(name.back())];
     if ((possible & lengthBit(name)) == 0)
         return nullptr;
-    std::size_t slot = 0;
-    Macro* const macro = findSlot(name, slot);
+    Macro* const macro = slotOf(name, hashOfName(name)).macro;
     return macro && macro->defined ? macro : nullptr;
 }
 

@@ -51,12 +51,15 @@ public:
     Macro* find(std::string_view name);
 
 private:
-    Macro* findSlot(std::string_view name, std::size_t& slot);
+    struct Slot {
+        Macro* macro = nullptr; ///< null when free
+        std::uint32_t hash = 0;
+    };
+    Slot& slotOf(std::string_view name, std::uint32_t hash);
     void grow();
 
     std::deque<Macro> macros; ///< every name ever defined; a deque, so that pointers stay good
-    std::vector<std::uint32_t>
-        slots; ///< open addressing; index into `macros` + 1, 0 when free; a power of two
+    std::vector<Slot> slots;  ///< open addressing; a power of two
     /// One bit for each length of name that was ever defined, per first and per last byte. Nearly every
     /// identifier of a source is no macro, and this says so without hashing it.
     std::array<std::uint64_t, 256> lengthsByFirstByte{};

@@ -49,13 +49,6 @@ std::string_view trimmed(std::string_view text) noexcept {
     return text;
 }
 
-std::size_t commentEnd(std::string_view text, std::size_t at) noexcept {
-    if (text[at + 1] == '/')
-        return std::min(text.find('\n', at), text.size());
-    const std::size_t end = text.find("*/", at + 2);
-    return end == std::string_view::npos ? text.size() : end + 2;
-}
-
 std::string withoutComments(std::string_view text) {
     std::string result;
     result.reserve(text.size());

@@ -39,13 +39,6 @@ inline std::size_t skipBlanks(std::string_view text, std::size_t at) noexcept {
 /// Without blanks and line feeds at both ends.
 std::string_view trimmed(std::string_view text) noexcept;
 
-/// Offset behind the comment that begins at `at` ("//" or "/*"); a line comment ends before its line feed.
-std::size_t commentEnd(std::string_view text, std::size_t at) noexcept;
-
-inline bool startsComment(std::string_view text, std::size_t at) noexcept {
-    return text[at] == '/' && at + 1 < text.size() && (text[at + 1] == '/' || text[at + 1] == '*');
-}
-
 /// Offset behind the string or character literal that begins at `at`; the end of the text when it is not
 /// closed.
 inline std::size_t literalEnd(std::string_view text, std::size_t at) noexcept {

@@ -132,17 +132,20 @@ void scanCombo(CompilerState& state, TopLevelItem& item) {
 
 /// A declaration ends with the ';' outside every bracket.
 std::uint32_t behindDeclaration(const CompilerState& state, std::uint32_t token) {
+    static_assert(TokenKind::LBrace < TokenKind::RBracket && TokenKind::RBracket < TokenKind::Semicolon);
     std::int32_t depth = 0;
-    for (; state.tokens[token].kind != TokenKind::EndOfInput; ++token) {
+    for (;; ++token) {
         const TokenKind kind = state.tokens[token].kind;
-        if (kind == TokenKind::LBrace || kind == TokenKind::LParen || kind == TokenKind::LBracket)
-            ++depth;
-        else if (kind == TokenKind::RBrace || kind == TokenKind::RParen || kind == TokenKind::RBracket)
-            --depth;
-        else if (kind == TokenKind::Semicolon && depth <= 0)
+        if (kind >= TokenKind::LBrace && kind <= TokenKind::RBracket) {
+            const bool opens =
+                kind == TokenKind::LBrace || kind == TokenKind::LParen || kind == TokenKind::LBracket;
+            depth += opens ? 1 : -1;
+        } else if (kind == TokenKind::Semicolon && depth <= 0) {
             return token + 1;
+        } else if (kind == TokenKind::EndOfInput) {
+            return token;
+        }
     }
-    return token;
 }
 
 /// type name(   type *name(   type (   void

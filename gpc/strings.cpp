@@ -33,13 +33,12 @@ std::optional<std::string> stringContent(const CompilerState& state, std::uint32
 }
 
 void placeString(CompilerState& state, std::uint32_t token) {
-    std::uint32_t& address = state.tokens.at(token).name;
-    if (address != 0)
+    if (state.tokens[token].name != 0)
         return;
     std::uint32_t end = 0;
     const auto content = stringContent(state, token, end);
     if (content)
-        address = state.image.addString(*content);
+        state.tokens.setName(token, state.image.addString(*content));
 }
 
 bool takeString(CompilerState& state, std::uint32_t& address) {

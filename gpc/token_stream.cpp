@@ -2,15 +2,30 @@
 
 #include "gpc/token_stream.h"
 
-#include "gpc/lexer.h"
 #include "gpc/name_hash.h"
+#include "gpc/token_cutter.h"
 #include "gpc/words.h"
+
+#include <algorithm>
 
 namespace Vantor::gpc {
 
 namespace {
 
 constexpr std::size_t kFirstSlotCount = 1024;
+
+/// The value + 1 of a decimal number of at most seven digits; 0 for every other text.
+std::uint32_t shortNumber(std::string_view text) noexcept {
+    if (text.size() > 7)
+        return 0;
+    std::uint32_t value = 0;
+    for (const char byte : text) {
+        if (!hasClass(byte, kDigit))
+            return 0;
+        value = value * 10 + static_cast<std::uint32_t>(byte - '0');
+    }
+    return value + 1;
+}
 
 } // namespace
 
@@ -50,24 +65,29 @@ bool TokenStream::build(std::string_view text) {
         intern(builtin.name);
     for (const NamedConstant& constant : namedConstants())
         intern(constant.name);
-    tokens.reserve(text.size() / 8 + 16);
-    Lexer lexer(text);
-    for (;;) {
-        const Token token = lexer.next();
-        StreamToken compact{static_cast<std::uint32_t>(token.offset),
-                            static_cast<std::uint32_t>(token.text.size()), 0, token.kind};
-        const bool last = token.kind == TokenKind::EndOfInput;
-        if (!last && tokens.size() == kMaxTokens) {
-            compact.kind = TokenKind::EndOfInput;
-            tokens.push_back(compact);
+    // For as many as there can be: room that stays untouched costs nothing, growing costs every page twice.
+    tokens.reserve(std::min(text.size(), kMaxTokens) + 1);
+    for (std::size_t at = 0;;) {
+        const CutToken token = cutToken(text, at);
+        if (tokens.size() == kMaxTokens && token.kind != TokenKind::EndOfInput) {
+            tokens.emplace_back(token.begin, TokenKind::EndOfInput, 0u);
             return false;
         }
+        std::uint32_t name = 0;
         if (token.kind == TokenKind::Identifier)
-            compact.name = intern(token.text);
-        tokens.push_back(compact);
-        if (last)
+            name = intern(text.substr(token.begin, token.end - token.begin));
+        else if (token.kind == TokenKind::Number)
+            name = shortNumber(text.substr(token.begin, token.end - token.begin));
+        tokens.emplace_back(token.begin, token.kind, name);
+        if (token.kind == TokenKind::EndOfInput)
             return true;
+        at = token.end;
     }
+}
+
+std::string_view TokenStream::text(std::uint32_t index) const {
+    const CutToken token = cutToken(source, tokens[index].offset);
+    return source.substr(token.begin, token.end - token.begin);
 }
 
 } // namespace Vantor::gpc

@@ -14,14 +14,21 @@ namespace Vantor::gpc {
 /// Number of a distinct identifier. The words of kWords come first, in their order.
 using NameId = std::uint32_t;
 
+/// 8 bytes: a long source has a token for every ten of its bytes. Where one ends is seen when it is cut
+/// again.
 struct StreamToken {
-    std::uint32_t offset = 0;
-    std::uint32_t length = 0;
-    std::uint32_t name = 0; ///< identifiers: their NameId; strings: free for the compiler, 0 at first
-    TokenKind kind = TokenKind::EndOfInput;
+    std::uint32_t offset;
+    TokenKind kind : 6;
+    /// Identifiers: their NameId. Numbers: the value + 1 of a short decimal one, 0 when its text has to be
+    /// looked at. Strings: free for the compiler, 0 at first.
+    std::uint32_t name : 26;
+
+    StreamToken(std::size_t begin, TokenKind tokenKind, std::uint32_t number)
+        : offset(static_cast<std::uint32_t>(begin)), kind(tokenKind), name(number & kNameMask) {}
+    static constexpr std::uint32_t kNameMask = (1u << 26) - 1;
 };
 
-/// A device with 8 KB of code never needs more; it bounds what a hostile source costs (16 bytes each).
+/// A device with 8 KB of code never needs more; it bounds what a hostile source costs.
 inline constexpr std::size_t kMaxTokens = std::size_t{4} << 20;
 
 class TokenStream {
@@ -32,14 +39,17 @@ public:
 
     std::uint32_t size() const { return static_cast<std::uint32_t>(tokens.size()); }
     const StreamToken& operator[](std::uint32_t index) const { return tokens[index]; }
-    StreamToken& at(std::uint32_t index) { return tokens[index]; }
-    std::string_view text(std::uint32_t index) const {
-        return source.substr(tokens[index].offset, tokens[index].length);
+    void setName(std::uint32_t index, std::uint32_t name) {
+        tokens[index].name = name & StreamToken::kNameMask;
     }
+    std::string_view text(std::uint32_t index) const;
     std::string_view nameText(NameId name) const { return names[name]; }
     std::uint32_t nameCount() const { return static_cast<std::uint32_t>(names.size()); }
 
 private:
+    static_assert(kMaxTokens <= StreamToken::kNameMask / 2,
+                  "names are no more than tokens and what the language has");
+
     NameId intern(std::string_view name);
     void grow();
 

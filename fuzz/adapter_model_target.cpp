@@ -5,6 +5,7 @@
 #include "fuzz/target.h"
 #include "simulator/adapter_model.h"
 
+#include <array>
 #include <memory>
 
 namespace Vantor::fuzz {
@@ -28,12 +29,16 @@ constexpr std::int64_t kMillisecondNs = 1'000'000;
 /// Bounds one input's work.
 constexpr int kMaxReportsFetched = 16;
 
-/// A new adapter, always in the same place: it is so large that the allocator would take its memory from the
-/// system, and give it back, for every input.
-simulator::AdapterModel& newAdapter() {
-    static simulator::AdapterModel adapter;
-    std::destroy_at(&adapter);
-    return *std::construct_at(&adapter);
+struct Demolition {
+    void operator()(simulator::AdapterModel* adapter) const { std::destroy_at(adapter); }
+};
+using OwnedAdapter = std::unique_ptr<simulator::AdapterModel, Demolition>;
+
+/// A new adapter, always in the same place, so that there is one at a time. It is so large that the allocator
+/// would take its memory from the system, and give it back, for every input.
+OwnedAdapter newAdapter() {
+    alignas(simulator::AdapterModel) static std::array<std::byte, sizeof(simulator::AdapterModel)> place;
+    return OwnedAdapter(new (place.data()) simulator::AdapterModel);
 }
 
 class Session {
@@ -134,7 +139,8 @@ private:
     }
 
     InputReader reader;
-    simulator::AdapterModel& model = newAdapter();
+    const OwnedAdapter owned = newAdapter();
+    simulator::AdapterModel& model = *owned;
     std::int64_t nowNs = 0;
     std::uint64_t sent = 0;
 };

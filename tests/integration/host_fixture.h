@@ -86,18 +86,19 @@ protected:
     /// Waits until the host's blocks are there and so many frames have been published; false when the host
     /// ends first.
     bool framesPublished(const QProcess& host, std::int64_t atLeast) const {
-        SharedMemoryAccessor block(info(BlockName::kCVData));
         const auto published = [&] {
-            std::int64_t sequence = 0;
-            std::array<std::byte, kMaxFrameBytes> frame{};
-            if (!block.connect())
-                return false;
-            return atLeast == 0 ||
-                   (block.readData(frame.data(), frame.size(), sequence) && sequence >= atLeast);
+            return atLeast == 0 ? blockExists(BlockName::kCVData) : lastFrame() >= atLeast;
         };
         return QTest::qWaitFor([&] { return published() || host.state() == QProcess::NotRunning; },
                                kRunPatienceMs) &&
                published();
+    }
+    /// The number of the frame in the block; 0 when there is none, or it was left unfinished.
+    std::int64_t lastFrame() const {
+        SharedMemoryAccessor block(info(BlockName::kCVData));
+        std::int64_t sequence = 0;
+        std::array<std::byte, kMaxFrameBytes> frame{};
+        return block.connect() && block.readData(frame.data(), frame.size(), sequence) ? sequence : 0;
     }
     /// Waits until the process that writes frames is gone.
     bool writerHasEnded() const {

@@ -85,8 +85,8 @@ bool compileSameClass(CompilerState& state, Call& call, Operand& value, std::uin
 }
 
 bool checkDesignator(CompilerState& state, const Call& call, std::uint32_t token) {
-    const bool named = state.isName(token) && constantOfName(state.tokens[token].name) != nullptr &&
-                       state.symbols.variable(state.tokens[token].name) == kNoIndex;
+    const bool named = state.isName(token) && constantOfName(state.tokens.name(token)) != nullptr &&
+                       state.symbols.variable(state.tokens.name(token)) == kNoIndex;
     if (named && !state.tokens.text(token).starts_with(call.builtin.prefix))
         return state.fail(token, "expected a designator that begins with ", call.builtin.prefix);
     return true;

@@ -74,13 +74,13 @@ bool compileUserCall(CompilerState& state, std::uint32_t functionIndex, Operand&
 bool compileComboControl(CompilerState& state, Operand& result) {
     if (state.constantOnly > 0)
         return false;
-    const std::uint32_t control = state.token().name - nameOf(Word::ComboRun);
+    const std::uint32_t control = state.name() - nameOf(Word::ComboRun);
     state.advance();
     if (!state.expect(TokenKind::LParen, "expected '(' after combo control"))
         return false;
     if (!state.isName(state.at))
         return state.fail(state.at, "expected a combo name");
-    const std::uint32_t combo = state.symbols.combo(state.token().name);
+    const std::uint32_t combo = state.symbols.combo(state.name());
     if (combo == kNoIndex)
         return state.fail(state.at, "unknown combo");
     state.advance();

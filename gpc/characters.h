@@ -70,31 +70,21 @@ constexpr bool startsNumber(std::string_view text, std::size_t at) noexcept {
            (text[at] == '.' && at + 1 < text.size() && hasClass(text[at + 1], kDigit));
 }
 
+constexpr std::size_t skipClass(std::string_view text, std::size_t at, unsigned classes) noexcept {
+    while (at < text.size() && hasClass(text[at], classes))
+        ++at;
+    return at;
+}
+
+/// The rest of numberEnd(): what follows the digits from `begin` to `end`.
+std::size_t numberTailEnd(std::string_view text, std::size_t begin, std::size_t end) noexcept;
+
 /// Offset behind the numeric literal that begins at `begin`. A prefix without digits behind it is a literal
 /// too; its value fails later.
-constexpr std::size_t numberEnd(std::string_view text, std::size_t begin) noexcept {
-    const auto skip = [&](std::size_t at, unsigned classes) {
-        while (at < text.size() && hasClass(text[at], classes))
-            ++at;
-        return at;
-    };
-    std::size_t end = skip(begin, kDigit);
-    if (end >= text.size() || (text[end] != '.' && !hasClass(text[end], kIdentifierStart)))
-        return end; // nearly every one
-    const bool prefixed = end == begin + 1 && text[begin] == '0';
-    if (prefixed && (text[end] == 'x' || text[end] == 'X'))
-        return skip(end + 1, kHexDigit);
-    if (prefixed && (text[end] == 'b' || text[end] == 'B')) {
-        ++end;
-        while (end < text.size() && (text[end] == '0' || text[end] == '1'))
-            ++end;
-        return end;
-    }
-    if (text[end] == '.')
-        end = skip(end + 1, kDigit);
-    if (end < text.size() && (text[end] == 'f' || text[end] == 'F'))
-        ++end;
-    return end;
+inline std::size_t numberEnd(std::string_view text, std::size_t begin) noexcept {
+    const std::size_t end = skipClass(text, begin, kDigit);
+    const bool plain = end >= text.size() || (text[end] != '.' && !hasClass(text[end], kIdentifierStart));
+    return plain ? end : numberTailEnd(text, begin, end);
 }
 
 inline bool startsComment(std::string_view text, std::size_t at) noexcept {

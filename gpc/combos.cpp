@@ -41,7 +41,7 @@ bool compileCombo(CompilerState& state, const TopLevelItem& item) {
     if (!state.isUserNameAt(state.at))
         return state.fail(state.at, "expected a combo name");
     if (item.index == kNoIndex) {
-        if (state.symbols.combo(state.token().name) != kNoIndex)
+        if (state.symbols.combo(state.name()) != kNoIndex)
             return state.fail(state.at, "duplicate combo: ", state.tokens.text(state.at));
         return state.fail(state.at, "combo definition was not discovered during source scan");
     }
@@ -106,7 +106,7 @@ bool compileComboCall(CompilerState& state) {
         return false;
     if (!state.isName(state.at))
         return state.fail(state.at, "expected a combo name");
-    const std::uint32_t index = state.symbols.combo(state.token().name);
+    const std::uint32_t index = state.symbols.combo(state.name());
     if (index == kNoIndex)
         return state.fail(state.at, "unknown called combo");
     const Combo& called = state.combos[index];

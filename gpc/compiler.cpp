@@ -127,7 +127,7 @@ bool Pipeline::run() {
 
 Diagnostic diagnosticFor(const CompileError& error, const TokenStream& tokens,
                          const PreprocessResult& source) {
-    const std::uint32_t offset = tokens[error.token].offset;
+    const std::uint32_t offset = tokens.offset(error.token);
     const SourcePlace place = source.lines.locate(source.text, offset);
     return {offset, place.line, place.column, error.message, std::string(place.file)};
 }

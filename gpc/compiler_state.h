@@ -117,23 +117,23 @@ struct CompilerState {
     std::vector<Label> labels;
     std::unordered_map<NameId, std::uint32_t> labelOfName;
 
-    const StreamToken& token() const { return tokens[at]; }
-    TokenKind kind() const { return tokens[at].kind; }
+    NameId name() const { return tokens.name(at); }
+    TokenKind kind() const { return tokens.kind(at); }
     TokenKind kindAfter(std::uint32_t count) const {
-        return at + count < tokens.size() ? tokens[at + count].kind : TokenKind::EndOfInput;
+        return at + count < tokens.size() ? tokens.kind(at + count) : TokenKind::EndOfInput;
     }
     bool is(TokenKind wanted) const { return kind() == wanted; }
-    bool isName(std::uint32_t index) const { return tokens[index].kind == TokenKind::Identifier; }
+    bool isName(std::uint32_t index) const { return tokens.kind(index) == TokenKind::Identifier; }
     bool isWord(Word word) const { return isWordAt(at, word); }
     bool isWordAt(std::uint32_t index, Word word) const {
-        return isName(index) && tokens[index].name == nameOf(word);
+        return isName(index) && tokens.name(index) == nameOf(word);
     }
     /// A name that is no word: one that a declaration may introduce.
     bool isUserNameAt(std::uint32_t index) const {
-        return isName(index) && tokens[index].name >= kFirstBuiltinName;
+        return isName(index) && tokens.name(index) >= kFirstBuiltinName;
     }
     std::optional<Type> typeAt(std::uint32_t index) const {
-        return isName(index) ? typeOfName(tokens[index].name) : std::nullopt;
+        return isName(index) ? typeOfName(tokens.name(index)) : std::nullopt;
     }
     /// Never moves behind EndOfInput.
     void advance() {

@@ -103,7 +103,7 @@ bool declareGlobal(CompilerState& state, Type type, bool isConst, bool table) {
     declarator.token = state.at;
     if (!state.isUserNameAt(state.at))
         return state.fail(state.at, "expected a variable name");
-    variable.name = state.token().name;
+    variable.name = state.name();
     const bool taken = state.symbols.variable(variable.name) != kNoIndex ||
                        state.symbols.function(variable.name) != kNoIndex;
     if (taken)

@@ -101,12 +101,15 @@ bool compileBinary(CompilerState& state, Operand& left, std::uint8_t lowest, Use
         state.advance();
         settle(state, left);
         // Pushed provisionally when it is known: taken back if the right side turns out to be known, too.
+        // Where nothing but constants will do, it goes in any case, and need not come.
         const std::uint32_t mark = state.code.here();
-        Operand pushed = left;
-        if (!loadValue(state, pushed, token))
-            return false;
-        if (!left.isPending())
-            left = pushed;
+        if (!left.isConstant() || state.constantOnly == 0) {
+            Operand pushed = left;
+            if (!loadValue(state, pushed, token))
+                return false;
+            if (!left.isPending())
+                left = pushed;
+        }
         Operand right;
         const std::uint32_t rightToken = state.at;
         if (!compileBinary(state, right, static_cast<std::uint8_t>(level + 1), Use::Value))

@@ -65,7 +65,11 @@ bool compileEffect(CompilerState& state);
 /// A variable as an operand.
 Operand variableReference(const CompilerState& state, std::uint32_t variable);
 /// Decays arrays to addresses and reads constants; emits nothing.
-void settle(CompilerState& state, Operand& operand);
+void settleVariable(CompilerState& state, Operand& operand);
+inline void settle(CompilerState& state, Operand& operand) {
+    if (operand.kind == Operand::Kind::Variable)
+        settleVariable(state, operand);
+}
 /// Puts the value on the stack.
 void load(CompilerState& state, Operand& operand);
 /// load(), refusing what has no value.

@@ -187,6 +187,16 @@ bool offsetPointer(CompilerState& state, Operand& left, Operand& right, bool min
     return true;
 }
 
+/// Constants that no operator minds, and which most constants are.
+void foldIntegers(const OperatorRule& rule, Operand& left, const Operand& right) {
+    const bool isUnsigned =
+        left.type.isUnsigned32() || (rule.group != Group::Shift && right.type.isUnsigned32());
+    const bool truth = rule.group == Group::Comparison || rule.group == Group::LogicalXor;
+    const Opcode opcode = isUnsigned ? rule.unsignedOpcode : rule.signedOpcode;
+    left = Operand::constant(fold(opcode, left.bits, right.bits),
+                             isUnsigned && !truth ? kUInt32Type : kInt32Type);
+}
+
 /// pointer - pointer: elements between them.
 bool pointerDistance(CompilerState& state, Operand& left, Operand& right) {
     pushRight(state, right);
@@ -204,6 +214,11 @@ bool pointerDistance(CompilerState& state, Operand& left, Operand& right) {
 bool combine(CompilerState& state, Operand& left, Operand& right, std::uint32_t token, TokenKind op,
              std::uint32_t mark) {
     const OperatorRule& rule = ruleOf(op);
+    if (left.isConstant() && right.isConstant() && left.type.isInteger() && right.type.isInteger()) {
+        state.code.truncate(mark);
+        foldIntegers(rule, left, right);
+        return true;
+    }
     if (left.type.pointer && (op == TokenKind::Plus || op == TokenKind::Minus)) {
         if (right.type.isInteger())
             return offsetPointer(state, left, right, op == TokenKind::Minus, mark);

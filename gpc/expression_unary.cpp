@@ -20,7 +20,7 @@ Type literalType(IntegerLiteralType type) {
 }
 
 bool compileNumber(CompilerState& state, Operand& result, bool negated) {
-    const std::uint32_t known = state.token().name;
+    const std::uint32_t known = state.name();
     const std::string_view text = known != 0 ? std::string_view{} : state.tokens.text(state.at);
     const auto integer =
         known != 0 ? integerLiteralOf(known - 1, negated) : integerLiteralValue(text, negated);
@@ -62,7 +62,7 @@ bool compileString(CompilerState& state, Operand& result) {
 /// A name: the user's own before the builtins.
 bool compileName(CompilerState& state, Operand& result) {
     const std::uint32_t token = state.at;
-    const NameId name = state.token().name;
+    const NameId name = state.name();
     if (name >= nameOf(Word::ComboRun) && name <= nameOf(Word::ComboStop))
         return compileComboControl(state, result);
     const std::uint32_t variable = state.symbols.variable(name);

@@ -23,8 +23,8 @@ bool checkParameter(CompilerState& state, std::uint32_t index) {
     if (!state.isUserNameAt(state.at))
         return state.fail(state.at, "expected a function parameter");
     if (parameter.name == 0)
-        parameter.name = state.token().name; // a declaration may leave names out
-    if (parameter.name != state.token().name)
+        parameter.name = state.name(); // a declaration may leave names out
+    if (parameter.name != state.name())
         return state.fail(state.at, "function parameter name does not match its signature");
     if (state.symbols.boundHere(parameter.name))
         return state.fail(state.at, "duplicate function parameter or local variable");

@@ -228,7 +228,7 @@ bool compileDeclarator(CompilerState& state, Type type, const LocalMessages& mes
     type.pointer = state.accept(TokenKind::Star);
     if (!state.isUserNameAt(state.at))
         return state.fail(state.at, messages.name);
-    const NameId name = state.token().name;
+    const NameId name = state.name();
     if (state.symbols.boundHere(name))
         return state.fail(state.at, messages.duplicate);
     const LocalDeclaration* local =

@@ -69,13 +69,13 @@ private:
 bool BodyScan::startsDeclaration() const {
     if (!atLocalDeclaration(state))
         return false;
-    if (state.tokens[state.at - 1].kind != TokenKind::LParen)
+    if (state.tokens.kind(state.at - 1) != TokenKind::LParen)
         return true;
     return state.isWordAt(state.at - 2, Word::For); // otherwise it is a cast
 }
 
 void BodyScan::noteString() {
-    const bool first = state.tokens[state.at - 1].kind != TokenKind::StringLiteral;
+    const bool first = state.tokens.kind(state.at - 1) != TokenKind::StringLiteral;
     if (first)
         placeString(state, state.at);
 }
@@ -236,7 +236,7 @@ bool BodyScan::scanDeclarator(Type type, StorageClass storage) {
         return true;
     LocalDeclaration local;
     local.nameToken = state.at;
-    variable.name = state.token().name;
+    variable.name = state.name();
     const bool isStatic = storage == StorageClass::StaticLocal;
     if (isStatic && state.symbols.boundHere(variable.name) &&
         state.variables[state.symbols.variable(variable.name)].storage == StorageClass::StaticLocal)
@@ -339,7 +339,7 @@ void reserveJumpTable(CompilerState& state, SwitchRecord& record) {
 } // namespace
 
 bool scanBody(CompilerState& state, const TopLevelItem& item) {
-    if (state.tokens[item.body].kind != TokenKind::LBrace)
+    if (state.tokens.kind(item.body) != TokenKind::LBrace)
         return true;
     return BodyScan(state, item).run();
 }

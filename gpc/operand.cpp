@@ -68,9 +68,7 @@ std::uint32_t truncateBits(std::uint32_t bits, Type type) {
     }
 }
 
-void settle(CompilerState& state, Operand& operand) {
-    if (operand.kind != Operand::Kind::Variable)
-        return;
+void settleVariable(CompilerState& state, Operand& operand) {
     if (operand.count != 0) {
         operand.kind = Operand::Kind::Address;
         operand.type = operand.type.addressType();
@@ -85,9 +83,7 @@ void load(CompilerState& state, Operand& operand) {
     settle(state, operand);
     switch (operand.kind) {
     case Operand::Kind::Constant:
-        // Where only a constant will do, what is emitted goes again; most of it need not come.
-        if (state.constantOnly == 0)
-            state.code.emitConstant(operand.bits);
+        state.code.emitConstant(operand.bits);
         break;
     case Operand::Kind::Address:
         state.code.emit(Opcode::AddressOf, operand.operand);

@@ -61,7 +61,7 @@ void ArgumentReader::readPiece(TextFrame& frame, bool raw) {
         if (named && !painted && named->busy)
             keep(frame, begin, {&kPaintMark, 1});
         else if (named && !painted)
-            arguments.back().hasMacros = true;
+            arguments.back().macro = named;
         frame.at = end;
     } else if (byte == '"' || byte == '\'') {
         OpenState open = kInCode;

@@ -31,7 +31,7 @@ struct Argument {
     std::string_view expanded; ///< once isExpanded
     std::string ownText;
     std::string ownExpansion;
-    bool hasMacros = false; ///< otherwise its expansion is its text
+    const Macro* macro = nullptr; ///< one that it names; without any, its expansion is its text
     bool isExpanded = false;
 };
 

@@ -21,11 +21,12 @@ constexpr int kMaxArgumentDepth = 200;
 /// What an expansion costs beside the bytes that it copies.
 constexpr std::size_t kExpansionCost = 32;
 
+/// Texts up to here are kept for their memory.
+constexpr std::size_t kMaxSpareBytes = 4096;
+
 constexpr unsigned kWordByte = kIdentifierStart | kDigit | kNonAscii;
 
-/// Whether two texts side by side would read as one token, or as the start of a comment, where neither side
-/// meant it.
-bool wouldMerge(char left, char right) noexcept {
+bool wouldMergeSeldom(char left, char right) noexcept {
     static constexpr std::string_view kBeforeAssign = "+-*/%&|^<>=!";
     static constexpr std::string_view kDoubling = "+-&|^<>";
     if (right == kPaintMark)
@@ -37,6 +38,13 @@ bool wouldMerge(char left, char right) noexcept {
     if (left == '/')
         return right == '/' || right == '*';
     return left == right && kDoubling.find(left) != std::string_view::npos;
+}
+
+/// Whether two texts side by side would read as one token, or as the start of a comment, where neither side
+/// meant it.
+bool wouldMerge(char left, char right) noexcept {
+    return right != ' ' && right != '(' && right != ')' && left != ' ' && left != '(' && left != ')' &&
+           wouldMergeSeldom(left, right);
 }
 
 /// As "Mmm dd yyyy" and "hh:mm:ss", in quotes. Month names do not follow the host application's locale.
@@ -101,8 +109,11 @@ void MacroExpander::pushFrame(std::string_view text, Macro* macro) {
 }
 
 void MacroExpander::popFrame() {
-    if (frames.back().macro)
-        frames.back().macro->busy = false;
+    TextFrame& frame = frames.back();
+    if (frame.macro)
+        frame.macro->busy = false;
+    if (frame.owned.capacity() > spareText.capacity() && frame.owned.capacity() <= kMaxSpareBytes)
+        spareText = std::move(frame.owned);
     frames.pop_back();
 }
 
@@ -312,14 +323,17 @@ bool MacroExpander::beginExpansion(std::size_t floor, Macro& macro, Sink& sink) 
         return charge(text.size() + kExpansionCost);
     }
     ++expansions;
-    std::vector<Argument> arguments;
-    std::string text;
+    std::vector<Argument> arguments = std::move(spareArguments);
+    std::string text = std::move(spareText);
+    arguments.clear();
+    text.clear();
     if (!collectArguments(floor, macro, arguments) || !substitute(macro, arguments, text))
         return false;
     pushFrame({}, &macro);
     TextFrame& frame = frames.back();
     frame.owned = std::move(text);
     frame.text = frame.owned;
+    spareArguments = std::move(arguments);
     return true;
 }
 
@@ -399,8 +413,12 @@ bool MacroExpander::expandArgument(Argument& argument) {
         return fail("macro expansion is nested too deeply");
     argument.isExpanded = true;
     argument.expanded = argument.text;
-    if (!argument.hasMacros)
+    if (!argument.macro)
         return true;
+    if (argument.macro->isInert && argument.macro->name == argument.text) {
+        argument.expanded = argument.macro->replacement;
+        return charge(argument.expanded.size() + kExpansionCost);
+    }
     ++argumentDepth;
     const std::size_t floor = frames.size();
     pushFrame(argument.text, nullptr);

@@ -73,6 +73,8 @@ private:
     std::uint64_t expansions = 0; ///< of function-like macros, over the whole compilation
     int argumentDepth = 0;
     std::deque<TextFrame> frames; ///< a deque, since views into `owned` must survive growth
+    std::string spareText;        ///< with the next one's memory, as are the arguments
+    std::vector<Argument> spareArguments;
     std::string failureText;
 };
 

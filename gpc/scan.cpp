@@ -11,10 +11,10 @@ using Kind = TopLevelItem::Kind;
 /// Behind the '}' that matches the '{' at `open`, or at the end of the source.
 std::uint32_t behindBody(const CompilerState& state, std::uint32_t open) {
     std::uint32_t depth = 0;
-    for (std::uint32_t i = open; state.tokens[i].kind != TokenKind::EndOfInput; ++i) {
-        if (state.tokens[i].kind == TokenKind::LBrace)
+    for (std::uint32_t i = open; state.tokens.kind(i) != TokenKind::EndOfInput; ++i) {
+        if (state.tokens.kind(i) == TokenKind::LBrace)
             ++depth;
-        else if (state.tokens[i].kind == TokenKind::RBrace && --depth == 0)
+        else if (state.tokens.kind(i) == TokenKind::RBrace && --depth == 0)
             return i + 1;
     }
     return state.tokens.size() - 1;
@@ -22,9 +22,9 @@ std::uint32_t behindBody(const CompilerState& state, std::uint32_t open) {
 
 /// The first '{' or ';' from `token` on, or the end of the source.
 std::uint32_t nextBraceOrSemicolon(const CompilerState& state, std::uint32_t token) {
-    while (state.tokens[token].kind != TokenKind::LBrace &&
-           state.tokens[token].kind != TokenKind::Semicolon &&
-           state.tokens[token].kind != TokenKind::EndOfInput)
+    while (state.tokens.kind(token) != TokenKind::LBrace &&
+           state.tokens.kind(token) != TokenKind::Semicolon &&
+           state.tokens.kind(token) != TokenKind::EndOfInput)
         ++token;
     return token;
 }
@@ -33,9 +33,9 @@ std::uint32_t nextBraceOrSemicolon(const CompilerState& state, std::uint32_t tok
 void findBody(const CompilerState& state, TopLevelItem& item, std::uint32_t token) {
     item.body = nextBraceOrSemicolon(state, token);
     item.end = item.body;
-    if (state.tokens[item.body].kind == TokenKind::LBrace)
+    if (state.tokens.kind(item.body) == TokenKind::LBrace)
         item.end = behindBody(state, item.body);
-    else if (state.tokens[item.body].kind == TokenKind::Semicolon)
+    else if (state.tokens.kind(item.body) == TokenKind::Semicolon)
         item.end = item.body + 1;
 }
 
@@ -46,21 +46,21 @@ std::uint32_t scanParameters(CompilerState& state, Function& function, std::uint
         parameter.type = *type;
         parameter.storage = StorageClass::Parameter;
         ++token;
-        if (state.tokens[token].kind == TokenKind::Star) {
+        if (state.tokens.kind(token) == TokenKind::Star) {
             parameter.type.pointer = true;
             ++token;
         }
         if (state.isUserNameAt(token))
-            parameter.name = state.tokens[token++].name;
-        if (state.tokens[token].kind == TokenKind::LBracket &&
-            state.tokens[token + 1].kind == TokenKind::RBracket) {
+            parameter.name = state.tokens.name(token++);
+        if (state.tokens.kind(token) == TokenKind::LBracket &&
+            state.tokens.kind(token + 1) == TokenKind::RBracket) {
             parameter.type.pointer = true;
             token += 2;
         }
         const std::uint32_t variable = state.addVariable(parameter);
         function.parameters.push_back(variable);
         state.allocateFrame(function, variable, token);
-        if (state.tokens[token].kind != TokenKind::Comma)
+        if (state.tokens.kind(token) != TokenKind::Comma)
             break;
         ++token;
     }
@@ -70,7 +70,7 @@ std::uint32_t scanParameters(CompilerState& state, Function& function, std::uint
 void scanFunction(CompilerState& state, TopLevelItem& item, std::uint32_t typeToken) {
     item.kind = Kind::Function;
     item.name = typeToken + 1;
-    if (state.tokens[item.name].kind == TokenKind::Star)
+    if (state.tokens.kind(item.name) == TokenKind::Star)
         ++item.name;
     Function function;
     function.token = item.name;
@@ -78,24 +78,24 @@ void scanFunction(CompilerState& state, TopLevelItem& item, std::uint32_t typeTo
         function.result = *type;
     const bool named = state.isUserNameAt(item.name);
     std::uint32_t behind = item.name;
-    if (named && state.tokens[item.name + 1].kind == TokenKind::LParen) {
-        function.name = state.tokens[item.name].name;
+    if (named && state.tokens.kind(item.name + 1) == TokenKind::LParen) {
+        function.name = state.tokens.name(item.name);
         behind = item.name + 2;
-        if (state.isWordAt(behind, Word::Void) && state.tokens[behind + 1].kind == TokenKind::RParen)
+        if (state.isWordAt(behind, Word::Void) && state.tokens.kind(behind + 1) == TokenKind::RParen)
             ++behind;
         else
             behind = scanParameters(state, function, behind);
     }
     findBody(state, item, behind);
-    item.prototype = state.tokens[behind].kind == TokenKind::RParen && item.body == behind + 1 &&
-                     state.tokens[item.body].kind == TokenKind::Semicolon;
+    item.prototype = state.tokens.kind(behind) == TokenKind::RParen && item.body == behind + 1 &&
+                     state.tokens.kind(item.body) == TokenKind::Semicolon;
     if (!named)
         return;
     item.index = state.symbols.function(function.name);
     if (item.index == kNoIndex) {
         item.index = static_cast<std::uint32_t>(state.functions.size());
-        state.symbols.setFunction(state.tokens[item.name].name, item.index);
-        function.name = state.tokens[item.name].name;
+        state.symbols.setFunction(state.tokens.name(item.name), item.index);
+        function.name = state.tokens.name(item.name);
         state.functions.push_back(std::move(function));
     }
 }
@@ -118,7 +118,7 @@ void scanCombo(CompilerState& state, TopLevelItem& item) {
     findBody(state, item, item.name);
     if (!state.isUserNameAt(item.name))
         return;
-    const NameId name = state.tokens[item.name].name;
+    const NameId name = state.tokens.name(item.name);
     if (state.symbols.combo(name) != kNoIndex)
         return;
     item.index = static_cast<std::uint32_t>(state.combos.size());
@@ -135,7 +135,7 @@ std::uint32_t behindDeclaration(const CompilerState& state, std::uint32_t token)
     static_assert(TokenKind::LBrace < TokenKind::RBracket && TokenKind::RBracket < TokenKind::Semicolon);
     std::int32_t depth = 0;
     for (;; ++token) {
-        const TokenKind kind = state.tokens[token].kind;
+        const TokenKind kind = state.tokens.kind(token);
         if (kind >= TokenKind::LBrace && kind <= TokenKind::RBracket) {
             const bool opens =
                 kind == TokenKind::LBrace || kind == TokenKind::LParen || kind == TokenKind::LBracket;
@@ -155,10 +155,10 @@ bool looksLikeFunction(const CompilerState& state, std::uint32_t typeToken) {
     if (!state.typeAt(typeToken))
         return false;
     std::uint32_t name = typeToken + 1;
-    if (state.tokens[name].kind == TokenKind::Star)
+    if (state.tokens.kind(name) == TokenKind::Star)
         ++name;
-    return state.tokens[name].kind == TokenKind::LParen ||
-           (state.isName(name) && state.tokens[name + 1].kind == TokenKind::LParen);
+    return state.tokens.kind(name) == TokenKind::LParen ||
+           (state.isName(name) && state.tokens.kind(name + 1) == TokenKind::LParen);
 }
 
 TopLevelItem scanItem(CompilerState& state, std::uint32_t token) {
@@ -187,7 +187,7 @@ bool scanTopLevel(CompilerState& state) {
     std::uint32_t token = 0;
     bool init = false;
     bool main = false;
-    while (state.tokens[token].kind != TokenKind::EndOfInput) {
+    while (state.tokens.kind(token) != TokenKind::EndOfInput) {
         const TopLevelItem item = scanItem(state, token);
         bool& seen = item.kind == Kind::Init ? init : main;
         if (item.kind == Kind::Init || item.kind == Kind::Main) {

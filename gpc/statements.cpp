@@ -26,7 +26,7 @@ bool compileGoto(CompilerState& state) {
     state.advance();
     if (!state.isUserNameAt(state.at))
         return state.fail(state.at, "expected a label name after goto");
-    Label& label = labelNamed(state, state.token().name, state.at);
+    Label& label = labelNamed(state, state.name(), state.at);
     state.advance();
     if (label.address != kNoIndex)
         state.code.emit(Opcode::Jump, label.address);
@@ -39,7 +39,7 @@ bool compileGoto(CompilerState& state) {
 bool compileLabel(CompilerState& state) {
     if (!state.isUserNameAt(state.at))
         return state.fail(state.at, "expected a label name");
-    const NameId name = state.token().name;
+    const NameId name = state.name();
     Label& label = labelNamed(state, name, state.at);
     if (label.address != kNoIndex)
         return state.fail(state.at, "duplicate label: ", state.tokens.nameText(name));
@@ -252,14 +252,15 @@ bool compileReturn(CompilerState& state) {
 
 // ----- simple statements
 
-std::string_view semicolonMessage(const CompilerState& state, const StreamToken& first) {
-    if (first.kind != TokenKind::Identifier || state.symbols.variable(first.name) != kNoIndex)
+std::string_view semicolonMessage(const CompilerState& state, std::uint32_t first) {
+    const NameId name = state.tokens.name(first);
+    if (!state.isName(first) || state.symbols.variable(name) != kNoIndex)
         return "expected ';' after expression";
-    if (first.name >= nameOf(Word::ComboRun) && first.name <= nameOf(Word::ComboStop))
+    if (name >= nameOf(Word::ComboRun) && name <= nameOf(Word::ComboStop))
         return "expected ';' after combo control";
-    if (state.symbols.function(first.name) != kNoIndex)
+    if (state.symbols.function(name) != kNoIndex)
         return "expected ';' after function call";
-    const Builtin* builtin = builtinOfName(first.name);
+    const Builtin* builtin = builtinOfName(name);
     if (!builtin)
         return "expected ';' after expression";
     switch (builtin->family) {
@@ -281,7 +282,7 @@ std::string_view semicolonMessage(const CompilerState& state, const StreamToken&
 }
 
 bool compileSimple(CompilerState& state) {
-    const StreamToken first = state.token();
+    const std::uint32_t first = state.at;
     return compileEffect(state) && state.expect(TokenKind::Semicolon, semicolonMessage(state, first));
 }
 
@@ -338,7 +339,7 @@ bool dispatch(CompilerState& state) {
         return compileSimple(state);
     if (atLocalDeclaration(state))
         return compileLocalDeclaration(state);
-    if (const StatementFunction compileWord = statementOfWord(static_cast<Word>(state.token().name)))
+    if (const StatementFunction compileWord = statementOfWord(static_cast<Word>(state.name())))
         return compileWord(state);
     if (state.kindAfter(1) == TokenKind::Colon)
         return compileLabel(state);

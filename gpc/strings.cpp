@@ -27,13 +27,13 @@ std::optional<std::string> stringContent(const CompilerState& state, std::uint32
                                          std::uint32_t& end) {
     std::string content;
     bool valid = true;
-    for (end = token; state.tokens[end].kind == TokenKind::StringLiteral; ++end)
+    for (end = token; state.tokens.kind(end) == TokenKind::StringLiteral; ++end)
         valid = valid && appendUnescaped(content, state.tokens.text(end));
     return valid ? std::optional(content) : std::nullopt;
 }
 
 void placeString(CompilerState& state, std::uint32_t token) {
-    if (state.tokens[token].name != 0)
+    if (state.tokens.name(token) != 0)
         return;
     std::uint32_t end = 0;
     const auto content = stringContent(state, token, end);
@@ -45,7 +45,7 @@ bool takeString(CompilerState& state, std::uint32_t& address) {
     const std::uint32_t token = state.at;
     if (state.imageOpen)
         placeString(state, token);
-    address = state.tokens[token].name;
+    address = state.tokens.name(token);
     if (address == 0)
         return state.fail(token, "invalid escape sequence in string");
     while (state.is(TokenKind::StringLiteral))

@@ -68,7 +68,7 @@ inline constexpr std::array<OperatorRule, 128> kOperators = [] {
 }();
 
 /// What a byte can begin; smaller numbers are the kinds of tokens that are one byte long and nothing else.
-enum Lead : std::uint8_t { kSkipped = 64, kWord, kNumber, kQuote, kDot, kSlash, kBackslash, kOperator };
+enum Lead : std::uint8_t { kSkipped = 64, kWord, kNumber, kOperator, kSeldom };
 
 inline constexpr std::array<std::uint8_t, 256> kLeads = [] {
     std::array<std::uint8_t, 256> leads{};
@@ -85,19 +85,10 @@ inline constexpr std::array<std::uint8_t, 256> kLeads = [] {
         if (hasClass(byte, kDigit))
             leads[c] = kNumber;
     }
-    leads['"'] = leads['\''] = kQuote;
-    leads['.'] = kDot;
-    leads['/'] = kSlash;
-    leads['\\'] = kBackslash;
+    for (const unsigned char byte : {'"', '\'', '.', '/', '\\'})
+        leads[byte] = kSeldom;
     return leads;
 }();
-
-inline CutToken cutQuoted(std::string_view text, std::size_t at) noexcept {
-    const std::size_t quote = closingQuote(text, at + 1, text[at]);
-    if (quote == std::string_view::npos)
-        return {TokenKind::Invalid, at, text.size()};
-    return {text[at] == '"' ? TokenKind::StringLiteral : TokenKind::CharLiteral, at, quote + 1};
-}
 
 inline CutToken cutOperator(std::string_view text, std::size_t at) noexcept {
     const OperatorRule& rule = kOperators[static_cast<unsigned char>(text[at])];
@@ -114,45 +105,33 @@ inline CutToken cutOperator(std::string_view text, std::size_t at) noexcept {
     return {TokenKind{rule.alone}, at, at + 1};
 }
 
+/// The token at `at` when a literal, a dot, a slash or a backslash begins it; an empty one behind what is
+/// skipped there.
+CutToken cutSeldom(std::string_view text, std::size_t at) noexcept;
+
 } // namespace cutting
 
 /// The first token at or behind `at`; EndOfInput at the end of the text.
-inline CutToken cutToken(std::string_view text, std::size_t at) noexcept {
+[[gnu::always_inline]] inline CutToken cutToken(std::string_view text, std::size_t at) noexcept {
     using namespace cutting;
     while (at < text.size()) {
         const std::uint8_t lead = kLeads[static_cast<unsigned char>(text[at])];
-        switch (lead) {
-        case kSkipped:
+        if (lead == kSkipped) {
             ++at;
-            break;
-        case kWord:
-            return {TokenKind::Identifier, at, identifierEnd(text, at)};
-        case kNumber:
-            return {TokenKind::Number, at, numberEnd(text, at)};
-        case kQuote:
-            return cutQuoted(text, at);
-        case kDot:
-            if (startsNumber(text, at))
-                return {TokenKind::Number, at, numberEnd(text, at)};
-            if (text.substr(at, 3) != "...")
-                return {TokenKind::Invalid, at, at + 1};
-            at += 3;
-            break;
-        case kSlash:
-            if (!startsComment(text, at))
-                return cutOperator(text, at);
-            at = commentEnd(text, at);
-            break;
-        case kBackslash: // directly in front of a bracket: the bracket is the token
-            if (at + 1 >= text.size() || (text[at + 1] != '[' && text[at + 1] != ']'))
-                return {TokenKind::Invalid, at, at + 1};
-            ++at;
-            break;
-        case kOperator:
-            return cutOperator(text, at);
-        default:
-            return {TokenKind{lead}, at, at + 1};
+            continue;
         }
+        if (lead < kSkipped)
+            return {TokenKind{lead}, at, at + 1};
+        if (lead == kOperator)
+            return cutOperator(text, at);
+        if (lead == kNumber)
+            return {TokenKind::Number, at, numberEnd(text, at)};
+        if (lead == kWord)
+            return {TokenKind::Identifier, at, identifierEnd(text, at)};
+        const CutToken token = cutSeldom(text, at);
+        if (token.begin != token.end)
+            return token;
+        at = token.end;
     }
     return {TokenKind::EndOfInput, text.size(), text.size()};
 }

@@ -30,12 +30,12 @@ std::uint32_t shortNumber(std::string_view text) noexcept {
 } // namespace
 
 void TokenStream::grow() {
-    const std::size_t count = slots.empty() ? kFirstSlotCount : slots.size() * 2;
-    slots.assign(count, 0);
+    slots.assign(slots.empty() ? kFirstSlotCount : slots.size() * 2, 0);
+    const std::size_t mask = slots.size() - 1;
     for (NameId name = 0; name < names.size(); ++name) {
-        std::size_t slot = hashes[name] & (count - 1);
+        std::size_t slot = hashes[name] & mask;
         while (slots[slot] != 0)
-            slot = (slot + 1) & (count - 1);
+            slot = (slot + 1) & mask;
         slots[slot] = name + 1;
     }
 }
@@ -66,27 +66,33 @@ bool TokenStream::build(std::string_view text) {
     for (const NamedConstant& constant : namedConstants())
         intern(constant.name);
     // For as many as there can be: room that stays untouched costs nothing, growing costs every page twice.
-    tokens.reserve(std::min(text.size(), kMaxTokens) + 1);
-    for (std::size_t at = 0;;) {
+    const std::size_t most = std::min(text.size(), kMaxTokens) + 1;
+    kinds = std::make_unique_for_overwrite<std::uint8_t[]>(most);
+    offsets = std::make_unique_for_overwrite<std::uint32_t[]>(most);
+    numbers = std::make_unique_for_overwrite<std::uint32_t[]>(most);
+    for (std::size_t at = 0;; ++count) {
         const CutToken token = cutToken(text, at);
-        if (tokens.size() == kMaxTokens && token.kind != TokenKind::EndOfInput) {
-            tokens.emplace_back(token.begin, TokenKind::EndOfInput, 0u);
-            return false;
+        const bool tooMany = count == kMaxTokens && token.kind != TokenKind::EndOfInput;
+        const TokenKind kind = tooMany ? TokenKind::EndOfInput : token.kind;
+        kinds[count] = static_cast<std::uint8_t>(kind);
+        offsets[count] = static_cast<std::uint32_t>(token.begin);
+        numbers[count] = numberOf(kind, text.substr(token.begin, token.end - token.begin));
+        if (kind == TokenKind::EndOfInput) {
+            ++count;
+            return !tooMany;
         }
-        std::uint32_t name = 0;
-        if (token.kind == TokenKind::Identifier)
-            name = intern(text.substr(token.begin, token.end - token.begin));
-        else if (token.kind == TokenKind::Number)
-            name = shortNumber(text.substr(token.begin, token.end - token.begin));
-        tokens.emplace_back(token.begin, token.kind, name);
-        if (token.kind == TokenKind::EndOfInput)
-            return true;
         at = token.end;
     }
 }
 
+std::uint32_t TokenStream::numberOf(TokenKind kind, std::string_view text) {
+    if (kind == TokenKind::Identifier)
+        return intern(text);
+    return kind == TokenKind::Number ? shortNumber(text) : 0;
+}
+
 std::string_view TokenStream::text(std::uint32_t index) const {
-    const CutToken token = cutToken(source, tokens[index].offset);
+    const CutToken token = cutToken(source, offsets[index]);
     return source.substr(token.begin, token.end - token.begin);
 }
 

@@ -22,10 +22,13 @@ enum Operation : std::uint8_t {
     kOperations
 };
 
+// Where a report has the state of each device.
+constexpr std::size_t kKeyboardBegin = 5;
 constexpr std::size_t kUsagesBegin = 7;
-constexpr std::size_t kUsagesEnd = 13;
-constexpr std::uint8_t kHighestUsage = 0xA4; ///< of the descriptor that the adapter was given
+constexpr std::size_t kMouseBegin = 13;
+constexpr std::size_t kControllerBegin = 21;
 constexpr std::size_t kUsedBytes = 30;
+constexpr std::uint8_t kHighestUsage = 0xA4; ///< of the descriptor that the adapter was given
 
 class Session {
 public:
@@ -43,10 +46,10 @@ private:
         switch (reader.number<std::uint8_t>() % kOperations) {
         case kKeyboard:
             overwrite(keyboard, 0);
-            return putKeyboard(report, keyboard);
+            return type();
         case kKeyboardEnd: // from the modifiers on
             overwrite(keyboard, offsetof(KeyboardData, modifiers));
-            return putKeyboard(report, keyboard);
+            return type();
         case kMouse:
             overwrite(mouse, 0);
             return move();
@@ -55,7 +58,7 @@ private:
             return move();
         case kController:
             overwrite(controller, 0);
-            return putController(report, controller);
+            return play();
         default:
             return motions.restart();
         }
@@ -69,9 +72,23 @@ private:
             std::memcpy(reinterpret_cast<std::uint8_t*>(&record) + offset, piece.data(), count);
     }
 
+    void type() {
+        const OutputReport before = report;
+        putKeyboard(report, keyboard);
+        checkOthers(before, kKeyboardBegin, kMouseBegin);
+    }
+
+    void play() {
+        const OutputReport before = report;
+        putController(report, controller);
+        checkOthers(before, kControllerBegin, kUsedBytes);
+    }
+
     void move() {
         const MouseMotion motion = motions.take(mouse);
+        const OutputReport before = report;
         putMouse(report, mouse.buttons, motion);
+        checkOthers(before, kMouseBegin, kControllerBegin);
         OutputReport still = report;
         clearMotion(still);
         check(!hasMotion(still), "motion that is taken out is gone");
@@ -81,11 +98,17 @@ private:
         check(!hasTotals || (again.x == 0 && again.y == 0 && again.wheel == 0), "totals count motion once");
     }
 
+    void checkOthers(const OutputReport& before, std::size_t begin, std::size_t end) const {
+        check(std::equal(before.begin(), before.begin() + begin, report.begin()) &&
+                  std::equal(before.begin() + end, before.end(), report.begin() + end),
+              "a device's state stands in its own place");
+    }
+
     void checkReport() const {
         check(std::equal(report.begin(), report.begin() + 5, kNeutralKmgReport.begin()),
               "the header never changes");
         bool ended = false;
-        for (std::size_t i = kUsagesBegin; i < kUsagesEnd; ++i) {
+        for (std::size_t i = kUsagesBegin; i < kMouseBegin; ++i) {
             check(report[i] <= kHighestUsage, "usages are those of the descriptor");
             check(report[i] == 0 || !ended, "usages stand together");
             ended = report[i] == 0;

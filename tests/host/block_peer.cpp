@@ -4,6 +4,7 @@
 //   write  writes one CVData record as a writer that stays
 //   torn   starts to write a CVData record, and never ends
 //   flood  writes CVData records that prove themselves (proven_record.h) without a pause, until it is killed
+//   pace   the same with short pauses of random length
 #include "host/block_access.h"
 #include "host/memory_block_host.h"
 #include "host/shared_memory_accessor.h"
@@ -34,7 +35,7 @@ bool write(SharedMemoryAccessor& accessor, bool torn) {
 }
 
 /// Returns only when a record cannot be written.
-bool flood(SharedMemoryAccessor& accessor) {
+bool flood(SharedMemoryAccessor& accessor, test::Pace pace) {
     if (!accessor.connect())
         return false;
     const std::byte* const block = accessor.getHeaderPointer();
@@ -50,11 +51,14 @@ bool flood(SharedMemoryAccessor& accessor) {
             std::fflush(stdout);
             announced = true;
         }
+        pace.pause(record);
     }
 }
 
 bool play(std::string_view role, SharedMemoryAccessor& accessor) {
-    return role == "flood" ? flood(accessor) : write(accessor, role == "torn");
+    if (role == "flood" || role == "pace")
+        return flood(accessor, test::Pace(role == "pace"));
+    return write(accessor, role == "torn");
 }
 
 } // namespace

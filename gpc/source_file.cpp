@@ -1,4 +1,8 @@
-// Looks before it opens, and stops reading at the limit even when the file grew in between.
+// Looks before it opens, and stops reading at the limit even when the file grew in between. The standard
+// library can neither open without waiting nor ask what was opened, so that whoever puts a pipe in a file's
+// place between the two steps makes the compiler wait for the pipe's other end. That takes the right to
+// change the folder that the script's author included from, and is accepted; files that strangers name go
+// through platform/regular_file.
 
 #include "gpc/source_file.h"
 

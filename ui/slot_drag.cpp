@@ -3,6 +3,8 @@
 #include <QMimeData>
 #include <QUrl>
 
+#include <algorithm>
+
 namespace Vantor {
 
 namespace {
@@ -17,15 +19,7 @@ QString draggedFilePath(const QMimeData& data) {
 }
 
 const char* mimeTypeOf(SlotFileKind kind) {
-    switch (kind) {
-    case SlotFileKind::gpcSource:
-        return kGpcSourceMimeType;
-    case SlotFileKind::gpcBytecode:
-        return kGpcBytecodeMimeType;
-    case SlotFileKind::inputTranslator:
-        return kInputTranslatorMimeType;
-    }
-    return kGpcSourceMimeType;
+    return std::ranges::find(kSlotFileFormats, kind, &SlotFileFormat::kind)->mimeType;
 }
 
 } // namespace

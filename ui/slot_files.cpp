@@ -4,7 +4,6 @@
 #include <QFileInfo>
 #include <QMimeData>
 
-#include <array>
 #include <filesystem>
 #include <span>
 #include <string>
@@ -15,24 +14,12 @@ namespace {
 
 using platform::RegularFile;
 
-struct SlotFileFormat {
-    SlotFileKind kind;
-    const char* mimeType;
-    const char* suffix;
-};
-
-constexpr std::array<SlotFileFormat, 3> kFormats{{
-    {SlotFileKind::gpcSource, kGpcSourceMimeType, "gpc"},
-    {SlotFileKind::gpcBytecode, kGpcBytecodeMimeType, "gbc"},
-    {SlotFileKind::inputTranslator, kInputTranslatorMimeType, "git"},
-}};
-
 bool hasSuffix(const QString& path, const SlotFileFormat& format) {
     return QFileInfo(path).suffix().compare(QLatin1String(format.suffix), Qt::CaseInsensitive) == 0;
 }
 
 const SlotFileFormat* formatOf(const QMimeData& data) {
-    for (const SlotFileFormat& format : kFormats) {
+    for (const SlotFileFormat& format : kSlotFileFormats) {
         if (data.hasFormat(QLatin1String(format.mimeType)))
             return &format;
     }
@@ -53,7 +40,7 @@ std::shared_ptr<RegularFile> openFile(const QString& path, RegularFile::Links li
 } // namespace
 
 std::optional<SlotFileKind> slotFileKind(const QString& path) {
-    for (const SlotFileFormat& format : kFormats) {
+    for (const SlotFileFormat& format : kSlotFileFormats) {
         if (hasSuffix(path, format))
             return format.kind;
     }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/regular_file.h"
+#include "ui/slot_file_formats.h"
 
 #include <QByteArray>
 #include <QString>
@@ -15,13 +16,6 @@
 class QMimeData;
 
 namespace Vantor {
-
-enum class SlotFileKind { gpcSource, gpcBytecode, inputTranslator };
-
-// The data of each format is a file's path, as UTF-8.
-inline constexpr char kGpcSourceMimeType[] = "application/x-vantor-gpc-source-file";
-inline constexpr char kGpcBytecodeMimeType[] = "application/x-vantor-gpc-bytecode-file";
-inline constexpr char kInputTranslatorMimeType[] = "application/x-vantor-gpc-input-translator-file";
 
 /// Larger files cannot be dropped.
 inline constexpr std::size_t kMaxDroppedBytes = 65536;

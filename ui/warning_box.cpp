@@ -65,12 +65,22 @@ void addCopyButton(QMessageBox& box, const QString& text) {
                      [text] { QGuiApplication::clipboard()->setText(text); });
 }
 
+/// A listing makes the one before it obsolete, and nobody needs the same sentence twice; other sentences stay
+/// until they are read, up to a number that nobody reads.
+void closeObsolete(const QWidget* panel, const QString& title, const QString& text, WarningText kind) {
+    constexpr qsizetype kMostOfATitle = 8;
+    QList<QMessageBox*> open = panel->findChildren<QMessageBox*>(Qt::FindDirectChildrenOnly);
+    open.removeIf([&](const QMessageBox* box) { return box->windowTitle() != title || !box->isVisible(); });
+    const qsizetype tooMany = open.size() - kMostOfATitle + 1;
+    for (qsizetype i = 0; i < open.size(); ++i)
+        if (kind == WarningText::listing || open[i]->text() == text || i < tooMany)
+            open[i]->close();
+}
+
 } // namespace
 
 void showWarning(QWidget* panel, const QString& title, const QString& text, WarningText kind) {
-    for (QMessageBox* const previous : panel->findChildren<QMessageBox*>(Qt::FindDirectChildrenOnly))
-        if (previous->windowTitle() == title)
-            previous->close();
+    closeObsolete(panel, title, text, kind);
     auto* box = new QMessageBox(QMessageBox::Warning, title, text, QMessageBox::Ok, panel);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setTextFormat(Qt::PlainText);

@@ -14,8 +14,9 @@ enum class WarningText {
     listing, ///< lines of a tool's output: they keep their shape, and scroll when there are many
 };
 
-/// Shows `text`, plain and selectable, under `title`, with a button that copies it. A box with the same title
-/// that is still open is replaced.
+/// Shows `text`, plain and selectable, under `title`, with a button that copies it. Of the boxes with that
+/// title that are still open it replaces one with the same text, a listing each, and prose the oldest when
+/// there are many.
 void showWarning(QWidget* panel, const QString& title, const QString& text, WarningText kind);
 
 } // namespace Vantor

@@ -151,6 +151,27 @@ TEST_F(Controls, CompileErrorsCanBeReadSelectedAndCopied) {
     EXPECT_EQ(panel.findChild<QMessageBox*>(), nullptr);
 }
 
+TEST_F(Controls, AMessageStaysUntilItIsReadUnlessItIsSaidAgain) {
+    const QString title = QStringLiteral("GPC Bytecode");
+    const auto texts = [&] {
+        QStringList all;
+        for (const QMessageBox* const shown : panel.findChildren<QMessageBox*>())
+            all += shown->text();
+        return all;
+    };
+    panel.showWarningBox(title, QStringLiteral("Failed to load a.gbc into slot 1."));
+    panel.showWarningBox(title, QStringLiteral("Failed to load b.gbc into slot 2."));
+    panel.showWarningBox(title, QStringLiteral("Failed to load a.gbc into slot 1."));
+    settle();
+    EXPECT_EQ(texts(), (QStringList{QStringLiteral("Failed to load b.gbc into slot 2."),
+                                    QStringLiteral("Failed to load a.gbc into slot 1.")}));
+    for (int i = 0; i < 100; ++i)
+        panel.showWarningBox(title, QString::number(i));
+    settle();
+    EXPECT_EQ(texts().size(), 8);
+    EXPECT_EQ(texts().last(), QStringLiteral("99"));
+}
+
 TEST_F(Controls, AHugeMessageStaysSmallerThanTheScreen) {
     panel.showWarningBox(QStringLiteral("GPC Compilation Failed"), QString(60000, QLatin1Char('x')));
     QMessageBox* const shown = box(QStringLiteral("GPC Compilation Failed"));

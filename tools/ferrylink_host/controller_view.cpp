@@ -4,6 +4,7 @@
 #include <QPainter>
 
 #include <algorithm>
+#include <cmath>
 
 namespace Vantor::devhost {
 
@@ -36,6 +37,12 @@ qreal share(float value) {
 /// -1..1, whatever the record holds.
 qreal deflection(float value) {
     return value >= -kFullScale ? std::min(value, kFullScale) / kFullScale : -1;
+}
+
+/// Where a stick is in its circle of radius 1: its axes may both be at their ends, which lies outside.
+QPointF placeOfStick(float xAxis, float yAxis) {
+    const QPointF place(deflection(xAxis), deflection(yAxis));
+    return place / std::max(1.0, std::hypot(place.x(), place.y()));
 }
 
 } // namespace
@@ -100,8 +107,8 @@ void ControllerView::drawStick(QPainter& painter, const QRectF& area, std::size_
     painter.setBrush(palette().color(QPalette::Base));
     painter.drawEllipse(field);
     const auto position = [&](const ControllerData& record) {
-        return field.center() + QPointF(deflection(record.axes[xAxis]) * field.width() / 2,
-                                        deflection(record.axes[xAxis + 1]) * field.height() / 2);
+        const QPointF place = placeOfStick(record.axes[xAxis], record.axes[xAxis + 1]);
+        return field.center() + QPointF(place.x() * field.width() / 2, place.y() * field.height() / 2);
     };
     const qreal dot = field.width() / 12;
     painter.setPen(Qt::NoPen);

@@ -1,5 +1,7 @@
 #include "script_library.h"
 
+#include "ui/slot_file_formats.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -18,19 +20,11 @@ constexpr std::array kExampleFolders{FERRYLINK_EXAMPLES_FOLDER, "../share/ferryl
 constexpr qint64 kHeadBytes = 2048; ///< of a script, read for its title
 constexpr int kMaxFiles = 500;
 
-struct Kind {
-    const char* suffix;
-    const char* format;
-};
-constexpr std::array kKinds{Kind{"gpc", "application/x-vantor-gpc-source-file"},
-                            Kind{"gbc", "application/x-vantor-gpc-bytecode-file"},
-                            Kind{"git", "application/x-vantor-gpc-input-translator-file"}};
-
 QString formatOf(const QString& path) {
     const QString suffix = QFileInfo(path).suffix().toLower();
-    for (const Kind& kind : kKinds)
-        if (suffix == QLatin1String(kind.suffix))
-            return QString::fromLatin1(kind.format);
+    for (const SlotFileFormat& format : kSlotFileFormats)
+        if (suffix == QLatin1String(format.suffix))
+            return QString::fromLatin1(format.mimeType);
     return {};
 }
 
@@ -94,8 +88,8 @@ QString ScriptLibrary::examplesFolder() {
 
 QStringList ScriptLibrary::mimeTypes() const {
     QStringList formats;
-    for (const Kind& kind : kKinds)
-        formats += QString::fromLatin1(kind.format);
+    for (const SlotFileFormat& format : kSlotFileFormats)
+        formats += QString::fromLatin1(format.mimeType);
     return formats;
 }
 

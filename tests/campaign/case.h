@@ -51,11 +51,13 @@ struct Case {
     Fault first;
     std::optional<Fault> second;   ///< of another operation
     bool returnsElsewhere = false; ///< an adapter that was pulled comes back on another path
+    bool isGivenUp = false;        ///< a search for the adapter is stopped by the user before it finds it
 };
 
 QString describe(const Case& tried);
 
-/// Every single fault, each once, in an order that depends on the generator.
+/// Every single fault, each once, in an order that depends on the generator, behind a few pairs that are to
+/// be met by every run.
 std::vector<Case> singleFaults(std::mt19937& random);
 /// A single fault joined by a second one that strikes in the same act or in the handling of the first.
 Case withSecond(const Case& single, std::mt19937& random);

@@ -4,6 +4,7 @@
 #include <QSet>
 
 #include <array>
+#include <utility>
 
 namespace Vantor::campaign {
 
@@ -340,7 +341,9 @@ void Trial::judge() {
         hasBox(stage.transferError()))
         boxes += stage.transferError();
     check(stage.boxes() == boxes, QStringLiteral("boxes: ") + stage.boxes().join(QLatin1Char('|')));
-    for (const QString& text : stage.takeComplaintsOfTheLog())
+    QStringList log = stage.takeComplaintsOfTheLog();
+    check(log.removeDuplicates() == 0, QStringLiteral("the log says the same twice"));
+    for (const QString& text : std::as_const(log))
         check(text == QLatin1String(kLostText) || expected.texts.contains(text) ||
                   expected.logTexts.contains(text),
               QStringLiteral("the log says: ") + text);
@@ -356,15 +359,16 @@ void Trial::recover() {
     if (current.act == Act::shutdown || libraryFailed)
         check(stage.initialize(), QStringLiteral("it does not initialise again"));
     libraryFailed = false;
-    if (stage.connection() == QLatin1String("reconnecting")) {
+    if (stage.connection() == QLatin1String("reconnecting") && !current.isGivenUp) {
         stage.reconnectNow();
         awaitOr([this] { return isConnected() && stage.acceptsCommands() && stage.errorShown().isEmpty(); },
                 "the connection to come back by itself");
     }
-    if (stage.isRunning())
+    const bool isStopped = stage.isRunning();
+    if (isStopped)
         stage.clickRun();
     check(stage.connection() == QLatin1String("disconnected"), QStringLiteral("it does not stop"));
-    check(stage.errorShown().isEmpty() || !isConnected(), QStringLiteral("an error outlives its run"));
+    check(stage.errorShown().isEmpty() || !isStopped, QStringLiteral("an error outlives its run"));
     check(!stage.anyTimerRuns(), QStringLiteral("a timer still runs after the stop"));
     result.complaints += stage.contradictionsInThePanel();
 

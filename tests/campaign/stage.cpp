@@ -7,7 +7,6 @@
 #include <QComboBox>
 #include <QCoreApplication>
 #include <QDeadlineTimer>
-#include <QDir>
 #include <QFile>
 #include <QLabel>
 #include <QMessageBox>
@@ -31,21 +30,7 @@ QByteArray bytecode(qsizetype size) {
     return file;
 }
 
-int entriesOf(const char* folder) {
-    return static_cast<int>(QDir(QString::fromLatin1(folder))
-                                .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
-                                .size());
-}
-
 } // namespace
-
-Footprint Footprint::now() {
-    Footprint found{.descriptors = entriesOf("/proc/self/fd"), .threads = entriesOf("/proc/self/task")};
-    constexpr long kPageKb = 4;
-    if (QFile pages(QStringLiteral("/proc/self/statm")); pages.open(QIODevice::ReadOnly))
-        found.residentKb = pages.readAll().split(' ').value(1).toLong() * kPageKb;
-    return found;
-}
 
 Stage::Stage() {
     virtual_adapter_reset();

@@ -23,14 +23,6 @@
 
 namespace Vantor::campaign {
 
-/// What grows when something is not given back. Where the system does not tell, 0.
-struct Footprint {
-    int descriptors = 0;
-    int threads = 0;
-    long residentKb = 0;
-    static Footprint now();
-};
-
 class Stage {
 public:
     Stage();

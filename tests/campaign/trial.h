@@ -5,6 +5,7 @@
 
 #include "case.h"
 #include "expectation.h"
+#include "footprint.h"
 #include "saboteur.h"
 #include "stage.h"
 

@@ -1,5 +1,6 @@
 // Sources that mean harm. Each is given to gpc in a process of its own and must end in a diagnostic or a
-// result, within a second of processor time and 256 MB (ten times that in sanitizer builds).
+// result, within a second of processor time, 256 MB, and the megabyte of stack that a program has on Windows
+// (ten times that in builds with sanitizers or without optimisation).
 
 #include <gtest/gtest.h>
 
@@ -20,6 +21,7 @@ namespace {
 
 constexpr double kCpuLimitSeconds = 1.0 * FERRYLINK_HOSTILE_FACTOR;
 constexpr double kMemoryLimitBytes = 256e6 * FERRYLINK_HOSTILE_FACTOR;
+constexpr rlim_t kStackBytes = (1U << 20U) * FERRYLINK_HOSTILE_FACTOR;
 
 struct Outcome {
     bool exited = false;
@@ -56,6 +58,8 @@ protected:
             const rlimit limit{static_cast<rlim_t>(2 * kCpuLimitSeconds) + 1,
                                static_cast<rlim_t>(2 * kCpuLimitSeconds) + 2};
             setrlimit(RLIMIT_CPU, &limit);
+            const rlimit stack{kStackBytes, kStackBytes};
+            setrlimit(RLIMIT_STACK, &stack);
             const int errors = open(errorsPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
             dup2(errors, STDERR_FILENO);
             execl(FERRYLINK_GPC_PROGRAM, "gpc", "check", path.c_str(), nullptr);

@@ -159,6 +159,10 @@ bool compileElement(CompilerState& state, Operand& base) {
     return true;
 }
 
+bool canContinueOperand(TokenKind kind) {
+    return kind == TokenKind::LBracket || kind == TokenKind::PlusPlus || kind == TokenKind::MinusMinus;
+}
+
 bool compilePostfix(CompilerState& state, Operand& result, Use use) {
     if (!compilePrimary(state, result))
         return false;
@@ -317,6 +321,10 @@ bool compileUnary(CompilerState& state, Operand& result, Use use) {
     if (state.expressionDepth > kMaxExpressionDepth)
         return state.fail(state.at, "expression is nested too deeply");
     switch (state.kind()) {
+    case TokenKind::Number:
+        // Only to be told what is wrong with it could one be followed by an index or a step.
+        return canContinueOperand(state.kindAfter(1)) ? compilePostfix(state, result, use)
+                                                      : compileNumber(state, result, false);
     case TokenKind::Plus:
     case TokenKind::Minus:
     case TokenKind::Bang:

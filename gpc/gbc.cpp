@@ -2,6 +2,7 @@
 
 #include "gpc/gbc.h"
 
+#include "gpc/characters.h"
 #include "gpc/literals.h"
 
 #include <algorithm>
@@ -87,18 +88,17 @@ void emitText(Emitter& code, std::string_view text) {
 } // namespace
 
 std::optional<ScriptInfo> findScriptInfo(std::string_view source) {
-    // Pragmas are rare: look for the keyword first, then at the line that it stands in.
-    for (std::size_t at = source.find(kKeyword); at != std::string_view::npos;
-         at = source.find(kKeyword, at)) {
-        const std::size_t lineFeed = source.rfind('\n', at);
-        const std::size_t begin = lineFeed == std::string_view::npos ? 0 : lineFeed + 1;
+    // Few bytes are marks, and few of those begin a pragma.
+    for (std::size_t at = source.find(kPragma); at != std::string_view::npos; at = source.find(kPragma, at)) {
+        std::size_t before = at;
+        while (before > 0 && hasClass(source[before - 1], kBlank))
+            --before;
         const std::size_t end = std::min(source.find('\n', at), source.size());
-        std::string_view line = source.substr(begin, end - begin);
-        line.remove_prefix(std::min(line.find_first_not_of(" \t\r"), line.size()));
-        const std::size_t keyword =
-            line.starts_with(kPragma) ? line.find(kKeyword, kPragma.size()) : std::string_view::npos;
+        const std::string_view behind = source.substr(at + kPragma.size(), end - at - kPragma.size());
+        const bool opensLine = before == 0 || source[before - 1] == '\n';
+        const std::size_t keyword = opensLine ? behind.find(kKeyword) : std::string_view::npos;
         if (keyword != std::string_view::npos)
-            return parseArguments(line.substr(keyword + kKeyword.size()));
+            return parseArguments(behind.substr(keyword + kKeyword.size()));
         at = end;
     }
     return std::nullopt;

@@ -35,14 +35,10 @@ unsigned digitValue(char byte) noexcept {
 
 /// An empty text is 0: both halves of a fixed-point literal may be empty.
 std::optional<std::uint64_t> magnitude(std::string_view digits, unsigned base) noexcept {
-    constexpr std::size_t kAlwaysFit = 15; // even hexadecimal ones
-    const bool mayOverflow = digits.size() > kAlwaysFit;
     std::uint64_t value = 0;
     for (const char byte : digits) {
         const unsigned digit = digitValue(byte);
-        if (digit >= base)
-            return std::nullopt;
-        if (mayOverflow && value > (std::numeric_limits<std::uint64_t>::max() - digit) / base)
+        if (digit >= base || value > (std::numeric_limits<std::uint64_t>::max() - digit) / base)
             return std::nullopt;
         value = value * base + digit;
     }
@@ -72,6 +68,8 @@ bool isFixedLiteral(std::string_view text) noexcept {
 }
 
 std::optional<IntegerLiteral> integerLiteralValue(std::string_view text, bool negated) noexcept {
+    if (const auto decimal = shortDecimal(text))
+        return integerLiteralOf(*decimal, negated);
     unsigned base = 10;
     if (isHexadecimal(text))
         base = 16;

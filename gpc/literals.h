@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "gpc/characters.h"
+
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -32,6 +34,19 @@ struct FixedLiteral {
 /// Whether a Number token is a fixed-point literal: it holds a dot, or ends in f or F without being
 /// hexadecimal.
 bool isFixedLiteral(std::string_view text) noexcept;
+
+/// At most nine decimal digits and nothing else, which most numbers are.
+inline std::optional<std::uint32_t> shortDecimal(std::string_view text) noexcept {
+    std::uint32_t value = 0;
+    if (text.empty() || text.size() > 9)
+        return std::nullopt;
+    for (const char byte : text) {
+        if (!hasClass(byte, kDigit))
+            return std::nullopt;
+        value = value * 10 + static_cast<std::uint32_t>(byte - '0');
+    }
+    return value;
+}
 
 /// `negated`: a unary minus stands before the literal; the value comes back with it applied.
 std::optional<IntegerLiteral> integerLiteralValue(std::string_view text, bool negated) noexcept;

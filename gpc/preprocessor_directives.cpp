@@ -11,11 +11,10 @@ namespace {
 
 /// The one name that `rest` holds, comments aside; empty when it holds anything else.
 std::string onlyName(std::string_view rest) {
-    std::string text = withoutComments(rest);
+    std::string storage;
+    const std::string_view text = withoutComments(rest, storage);
     const bool named = !text.empty() && hasClass(text.front(), kIdentifierStart);
-    if (!named || identifierEnd(text, 0) != text.size())
-        text.clear();
-    return text;
+    return named && identifierEnd(text, 0) == text.size() ? std::string(text) : std::string();
 }
 
 } // namespace
@@ -46,7 +45,8 @@ bool Preprocessor::dispatch(const Directive& directive) {
 
 bool Preprocessor::handleDefine(const Directive& directive) {
     std::string error;
-    auto macro = readDefinition(withoutComments(directive.rest), error);
+    std::string storage;
+    auto macro = readDefinition(withoutComments(directive.rest, storage), error);
     if (!macro)
         return fail(directive.place, std::move(error));
     macros.define(std::move(*macro));
@@ -55,7 +55,8 @@ bool Preprocessor::handleDefine(const Directive& directive) {
 
 bool Preprocessor::handleLegacyDefine(const Directive& directive) {
     std::string error;
-    auto macro = readLegacyDefinition(withoutComments(directive.rest), error);
+    std::string storage;
+    auto macro = readLegacyDefinition(withoutComments(directive.rest, storage), error);
     if (!macro)
         return fail(directive.place, std::move(error));
     macros.define(std::move(*macro));
@@ -136,9 +137,11 @@ bool Preprocessor::handleEndif(const Directive& directive) {
 }
 
 std::optional<bool> Preprocessor::evaluateCondition(std::string_view text) {
+    std::string storage;
     std::string answered;
     std::string expanded;
-    if (!answerDefined(withoutComments(text), answered) || !expander.expandCondition(answered, expanded))
+    if (!answerDefined(withoutComments(text, storage), answered) ||
+        !expander.expandCondition(answered, expanded))
         return std::nullopt;
     const auto value = evaluateConstantExpression(expanded);
     return value ? std::optional(value->isTrue()) : std::nullopt;

@@ -31,7 +31,10 @@ std::optional<FileOperand> readFileOperand(std::string_view rest, bool anglesAll
         return std::nullopt;
     const bool quoted = rest.front() == '"';
     const std::size_t close = rest.find(quoted ? '"' : '>', 1);
-    if (close == std::string_view::npos || close == 1 || !withoutComments(rest.substr(close + 1)).empty())
+    if (close == std::string_view::npos || close == 1)
+        return std::nullopt;
+    std::string storage;
+    if (!withoutComments(rest.substr(close + 1), storage).empty())
         return std::nullopt;
     return FileOperand{std::string(rest.substr(1, close - 1)), quoted};
 }

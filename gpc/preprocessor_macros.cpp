@@ -347,7 +347,7 @@ void MacroTable::grow() {
 MacroTable::Slot& MacroTable::slotOf(std::string_view name, std::uint32_t hash) {
     const std::size_t mask = slots.size() - 1;
     std::size_t at = hash & mask;
-    while (slots[at].macro && (slots[at].hash != hash || slots[at].macro->name != name))
+    while (slots[at].macro && (slots[at].hash != hash || !isSameName(slots[at].macro->name, name)))
         at = (at + 1) & mask;
     return slots[at];
 }

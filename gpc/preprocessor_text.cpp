@@ -49,24 +49,22 @@ std::string_view trimmed(std::string_view text) noexcept {
     return text;
 }
 
-std::string withoutComments(std::string_view text) {
-    std::string result;
-    result.reserve(text.size());
+std::string_view withoutComments(std::string_view text, std::string& storage) {
+    std::size_t copied = 0;
     std::size_t at = 0;
     while (at < text.size()) {
-        const char byte = text[at];
-        std::size_t end = at + 1;
         if (startsComment(text, at)) {
-            result += ' ';
-            at = commentEnd(text, at);
-            continue;
+            storage.append(text, copied, at - copied);
+            storage += ' ';
+            at = copied = commentEnd(text, at);
+        } else {
+            at = text[at] == '"' || text[at] == '\'' ? literalEnd(text, at) : at + 1;
         }
-        if (byte == '"' || byte == '\'')
-            end = literalEnd(text, at);
-        result.append(text, at, end - at);
-        at = end;
     }
-    return std::string(trimmed(result));
+    if (copied == 0)
+        return trimmed(text);
+    storage.append(text, copied);
+    return trimmed(storage);
 }
 
 LineKind lineKindAt(std::string_view text, std::size_t at) noexcept {

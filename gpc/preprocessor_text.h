@@ -46,8 +46,9 @@ inline std::size_t literalEnd(std::string_view text, std::size_t at) noexcept {
     return quote == std::string_view::npos ? text.size() : quote + 1;
 }
 
-/// Every comment replaced by one blank, both ends trimmed. Literals stay as they are.
-std::string withoutComments(std::string_view text);
+/// Every comment replaced by one blank, both ends trimmed. Literals stay as they are. `storage` holds the
+/// text when there is a comment, and must live as long as the result.
+std::string_view withoutComments(std::string_view text, std::string& storage);
 
 enum class LineKind { text, directive, legacyDefine };
 

@@ -3,7 +3,7 @@
 // Entry point: TokenStream::build(). Views into the preprocessed text, which must outlive it.
 #pragma once
 
-#include "gpc/token.h"
+#include "gpc/token_cutter.h"
 
 #include <cstdint>
 #include <memory>
@@ -15,7 +15,7 @@ namespace Vantor::gpc {
 /// Number of a distinct identifier. The words of kWords come first, in their order.
 using NameId = std::uint32_t;
 
-/// A device with 8 KB of code never needs more; it bounds what a hostile source costs (9 bytes each).
+/// A device with 8 KB of code never needs more; it bounds what a hostile source costs (5.5 bytes each).
 inline constexpr std::size_t kMaxTokens = std::size_t{4} << 20;
 
 class TokenStream {
@@ -26,18 +26,19 @@ public:
 
     std::uint32_t size() const { return count; }
     TokenKind kind(std::uint32_t index) const { return TokenKind{kinds[index]}; }
-    std::uint32_t offset(std::uint32_t index) const { return offsets[index]; }
-    /// Identifiers: their NameId. Numbers: the value + 1 of a short decimal one, 0 when its text has to be
-    /// looked at. Strings: free for the compiler, 0 at first.
+    /// Of its first byte. Not stored: cuts some tokens again, as does text().
+    std::uint32_t offset(std::uint32_t index) const;
+    /// Identifiers: their NameId. Numbers: the value + 1 of an integer, 0 when its text has to be looked at.
+    /// Strings: free for the compiler, 0 at first.
     std::uint32_t name(std::uint32_t index) const { return numbers[index]; }
     void setName(std::uint32_t index, std::uint32_t name) { numbers[index] = name; }
-    /// Cuts the token again: only its begin is kept.
     std::string_view text(std::uint32_t index) const;
 
     std::string_view nameText(NameId name) const { return names[name]; }
     std::uint32_t nameCount() const { return static_cast<std::uint32_t>(names.size()); }
 
 private:
+    CutToken cutAgain(std::uint32_t index) const;
     std::uint32_t numberOf(TokenKind kind, std::string_view text);
     NameId intern(std::string_view name);
     void grow();
@@ -46,7 +47,7 @@ private:
     std::uint32_t count = 0;
     std::unique_ptr<std::uint8_t[]>
         kinds; ///< on their own, since that is all that most looks at a token ask for
-    std::unique_ptr<std::uint32_t[]> offsets;
+    std::unique_ptr<std::uint32_t[]> offsets; ///< of every eighth token
     std::unique_ptr<std::uint32_t[]> numbers;
     std::vector<std::string_view> names;
     std::vector<std::uint32_t> hashes; ///< of each name

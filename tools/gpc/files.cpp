@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <memory>
 #include <system_error>
+#include <utility>
 
 namespace Vantor::gpctool {
 
@@ -33,19 +34,16 @@ bool failed(std::string& error, std::string_view doing, const std::string& path,
     return false;
 }
 
-/// Reads into the string itself, which is as large as a file of `expected` bytes needs from the beginning.
-bool readAll(std::FILE* file, std::size_t expected, std::size_t limit, std::string& content) {
-    std::size_t length = 0;
-    content.resize(std::min(expected + 1, limit)); // the one byte more finds the end without growing
-    for (;;) {
-        const std::size_t got = std::fread(content.data() + length, 1, content.size() - length, file);
-        length += got;
-        if (got == 0 || length == limit)
+/// With room for a file of `expected` bytes from the beginning.
+bool readAll(std::FILE* file, std::size_t expected, std::size_t limit, InputBytes& content) {
+    std::size_t wanted = std::min(expected + 1, limit); // the one byte more finds the end without growing
+    while (wanted > 0) {
+        const std::size_t got = std::fread(content.room(wanted), 1, wanted, file);
+        content.grow(got);
+        if (got < wanted)
             break;
-        if (length == content.size())
-            content.resize(std::min(limit, content.size() * 2));
+        wanted = std::min(content.size(), limit - content.size());
     }
-    content.resize(length);
     return std::ferror(file) == 0;
 }
 
@@ -90,7 +88,17 @@ bool replaceFile(const fs::path& target, bool exists, std::string_view content, 
 
 } // namespace
 
-bool readInput(const std::string& path, std::size_t limit, std::string& content, std::string& error) {
+char* InputBytes::room(std::size_t count) {
+    if (length + count > capacity) {
+        auto wider = std::make_unique_for_overwrite<char[]>(length + count);
+        std::copy_n(bytes.get(), length, wider.get());
+        bytes = std::move(wider);
+        capacity = length + count;
+    }
+    return bytes.get() + length;
+}
+
+bool readInput(const std::string& path, std::size_t limit, InputBytes& content, std::string& error) {
     if (path == kStandardStream)
         return readAll(stdin, kFirstReadBytes, limit, content) ||
                failed(error, "read", "standard input", errno);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -11,8 +12,28 @@ namespace Vantor::gpctool {
 
 inline constexpr std::string_view kStandardStream = "-";
 
+/// The bytes of an input. A string would clear them before they are read, and take a long source's memory
+/// twice.
+class InputBytes {
+public:
+    const char* data() const { return bytes.get(); }
+    std::size_t size() const { return length; }
+    const char* begin() const { return data(); }
+    const char* end() const { return data() + length; }
+    operator std::string_view() const { return {data(), length}; }
+
+    /// Room for `count` bytes more, behind what is there.
+    char* room(std::size_t count);
+    void grow(std::size_t count) { length += count; }
+
+private:
+    std::unique_ptr<char[]> bytes;
+    std::size_t length = 0;
+    std::size_t capacity = 0;
+};
+
 /// At most `limit` bytes of a file, a pipe, or standard input. False: `error` says why it cannot be read.
-bool readInput(const std::string& path, std::size_t limit, std::string& content, std::string& error);
+bool readInput(const std::string& path, std::size_t limit, InputBytes& content, std::string& error);
 
 /// All of `content`, or nothing: a regular file is replaced in one step once its successor is complete.
 bool writeOutput(const std::string& path, std::string_view content, std::string& error);

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "files.h"
 #include "gpc/diagnostic.h"
 #include "gpc/preprocessor.h"
 #include "options.h"
@@ -44,7 +45,7 @@ public:
     std::vector<std::string> includeDirectories() const;
 
     const Options& options;
-    std::string input;
+    InputBytes input;
     nlohmann::ordered_json document; ///< printed with Options::json only
 
 private:

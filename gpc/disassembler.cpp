@@ -21,6 +21,7 @@ constexpr std::size_t kSmallestInformationBytes = 4;
 constexpr std::size_t kFileLimitBytes = 65536; ///< code addresses have 16 bits
 constexpr std::size_t kDataBytesPerLine = 8;
 constexpr std::uint32_t kStackTop = 0x2400;
+constexpr std::size_t kOtherLines = 8; ///< headings and header
 constexpr std::size_t kBytesColumn = 24;
 constexpr std::size_t kOperandsColumn = 44;
 
@@ -62,12 +63,38 @@ struct ImagePart {
     std::string owner;
 };
 
+/// Names of code addresses. An array over all of them, since every instruction asks whether it has one, and a
+/// tree of thousands of names would make each question dearer in a longer file.
+class Labels {
+public:
+    /// For addresses below `end`.
+    void reset(std::size_t end) { numbers.assign(end, 0); }
+    bool has(std::size_t at) const { return numbers[at] != 0; }
+    /// Instead of an earlier name.
+    void set(std::size_t at, std::string name) {
+        names.push_back(std::move(name));
+        numbers[at] = static_cast<std::uint16_t>(names.size());
+    }
+    /// Empty where nothing has been named.
+    std::string_view operator[](std::size_t at) const {
+        return has(at) ? std::string_view(names[numbers[at] - 1U]) : std::string_view{};
+    }
+    std::size_t count() const { return names.size(); }
+
+private:
+    std::vector<std::string> names;     ///< fewer than addresses, which are 65536 at most and begin behind 0
+    std::vector<std::uint16_t> numbers; ///< place in `names` + 1; 0: no name
+};
+
 class Disassembler {
 public:
     explicit Disassembler(std::span<const std::uint8_t> bytes) : file(bytes) {}
 
     Listing run() {
         if (readHeader() && readInformation() && collect() && checkReferences()) {
+            // Moving thousands of lines each time the array grows would cost as much as a quarter of them.
+            listing.lines.reserve(instructions + labels.count() + (codeOffset - imageOffset) / 2 +
+                                  kOtherLines);
             writeHeader();
             writeImage();
             writeCode();
@@ -83,8 +110,9 @@ private:
     std::size_t codeOffset = 0;
     std::size_t imageOffset = 0;
     std::size_t mainOffset = 0;
-    std::vector<std::uint8_t> startsInstruction;              ///< flags
-    std::map<std::size_t, std::string> labels;                // by code address
+    std::vector<std::uint8_t> startsInstruction; ///< flags
+    Labels labels;                               // by code address
+    std::size_t instructions = 0;
     std::map<std::size_t, ImagePart> parts;                   // by file offset
     std::map<std::uint32_t, std::string> comboOf;             // by the operand of the state slot
     std::vector<std::pair<std::size_t, std::uint32_t>> jumps; // instruction, target
@@ -119,6 +147,7 @@ private:
         listing.codeOffset = static_cast<std::uint32_t>(codeOffset);
         listing.buildStamp = number(3, 4);
         startsInstruction.resize(file.size());
+        labels.reset(file.size());
         return true;
     }
 
@@ -183,6 +212,7 @@ private:
                 return false;
             }
             startsInstruction[at] = 1;
+            ++instructions;
             switch (decoded->info->opcode) {
             case Opcode::EndInit:
                 mainOffset = at + decoded->size;
@@ -192,9 +222,9 @@ private:
                 break;
             case Opcode::ComboStart:
                 comboOf[decoded->operands[0]] = "combo_" + std::to_string(++combos);
-                labels[at] = "combo_" + std::to_string(combos);
+                labels.set(at, comboOf[decoded->operands[0]]);
                 waitTable = &parts[decoded->operands[1]];
-                *waitTable = {ImageKind::WaitTable, 1, labels[at]};
+                *waitTable = {ImageKind::WaitTable, 1, std::string(labels[at])};
                 break;
             case Opcode::Wait:
             case Opcode::EndWait:
@@ -218,8 +248,11 @@ private:
         if (mainOffset == 0 || endMain < mainOffset) {
             return fail("the code has no end of init followed by an end of main");
         }
-        labels.emplace(codeOffset, "init");
-        labels.emplace(mainOffset, "main");
+        for (const auto& [at, name] : {std::pair{codeOffset, "init"}, {mainOffset, "main"}}) {
+            if (!labels.has(at)) {
+                labels.set(at, name);
+            }
+        }
         return true;
     }
 
@@ -255,13 +288,10 @@ private:
         if (target < codeOffset || target >= file.size() || !startsInstruction[target]) {
             return fail(format("0x%04zX: refers to 0x%04X, where no instruction begins", from, target));
         }
-        if (isCall) {
-            if (labels.emplace(target, "function_" + std::to_string(functions + 1)).second) {
-                ++functions;
-            }
-        } else {
-            labels.emplace(target, format("L_%04X", target));
+        if (labels.has(target)) {
+            return true;
         }
+        labels.set(target, isCall ? "function_" + std::to_string(++functions) : format("L_%04X", target));
         return true;
     }
 
@@ -319,7 +349,7 @@ private:
     void writeHeader() {
         using enum ListingLine::Kind;
         heading(format("GBC file of %zu bytes", file.size()));
-        line(Data, 0, 3, "entry", labels[codeOffset], format("code at 0x%04zX", codeOffset));
+        line(Data, 0, 3, "entry", std::string(labels[codeOffset]), format("code at 0x%04zX", codeOffset));
         line(Data, 3, 4, "build_stamp", std::to_string(listing.buildStamp));
         const ScriptInformation& info = listing.information;
         const bool none = info.title.empty() && info.author.empty() && info.first == 0 && info.second == 0;
@@ -372,7 +402,7 @@ private:
         for (std::size_t entry = 0; entry < part.entries; ++entry) {
             const std::size_t place = at + 2 * entry;
             line(ListingLine::Kind::Data, place, 2, isWait ? "wait_entry" : "switch_entry",
-                 labels[number(place, 2)], format("%zu of ", entry) + part.owner);
+                 std::string(labels[number(place, 2)]), format("%zu of ", entry) + part.owner);
         }
         return at + 2 * part.entries;
     }
@@ -380,8 +410,8 @@ private:
     void writeCode() {
         heading("Code");
         for (std::size_t at = codeOffset; at < file.size();) {
-            if (const auto label = labels.find(at); label != labels.end()) {
-                line(ListingLine::Kind::Label, at, 0, label->second);
+            if (labels.has(at)) {
+                line(ListingLine::Kind::Label, at, 0, std::string(labels[at]));
             }
             const auto decoded = decode(at);
             std::string operands;
@@ -410,7 +440,7 @@ private:
         case OperandKind::S32:
             return std::to_string(static_cast<std::int32_t>(value));
         case OperandKind::CodeAddress:
-            return labels[value];
+            return std::string(labels[value]);
         case OperandKind::StringAddress: {
             std::size_t end = value;
             readText(end);

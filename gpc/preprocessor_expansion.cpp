@@ -113,7 +113,7 @@ void MacroExpander::popFrame() {
     if (frame.macro)
         frame.macro->busy = false;
     if (frame.owned.capacity() > spareText.capacity() && frame.owned.capacity() <= kMaxSpareBytes)
-        spareText = std::move(frame.owned);
+        spareText.swap(frame.owned);
     frames.pop_back();
 }
 
@@ -125,7 +125,9 @@ std::size_t MacroExpander::unchangedEnd(std::string_view text, std::size_t at, M
         const char byte = text[at];
         if (hasClass(byte, kInert)) {
             ++at;
-        } else if (hasClass(byte, kIdentifierStart)) {
+            continue;
+        }
+        if (hasClass(byte, kIdentifierStart)) {
             const std::size_t end = identifierEnd(text, at);
             next = macros.find(text.substr(at, end - at));
             if (next)
@@ -157,7 +159,9 @@ MacroExpander::Stop MacroExpander::nextStop(TextFrame& file, SourceCursor& curso
         const char byte = text[at];
         if (hasClass(byte, kInert)) {
             ++at;
-        } else if (hasClass(byte, kIdentifierStart)) {
+            continue;
+        }
+        if (hasClass(byte, kIdentifierStart)) {
             const std::size_t end = identifierEnd(text, at);
             macro = macros.find(text.substr(at, end - at));
             if (macro) {
@@ -323,8 +327,10 @@ bool MacroExpander::beginExpansion(std::size_t floor, Macro& macro, Sink& sink) 
         return charge(text.size() + kExpansionCost);
     }
     ++expansions;
-    std::vector<Argument> arguments = std::move(spareArguments);
-    std::string text = std::move(spareText);
+    std::vector<Argument> arguments;
+    std::string text;
+    arguments.swap(spareArguments);
+    text.swap(spareText);
     arguments.clear();
     text.clear();
     if (!collectArguments(floor, macro, arguments) || !substitute(macro, arguments, text))
@@ -333,7 +339,7 @@ bool MacroExpander::beginExpansion(std::size_t floor, Macro& macro, Sink& sink) 
     TextFrame& frame = frames.back();
     frame.owned = std::move(text);
     frame.text = frame.owned;
-    spareArguments = std::move(arguments);
+    spareArguments.swap(arguments);
     return true;
 }
 

@@ -12,6 +12,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -102,8 +103,18 @@ TEST(ThreadPriority, IsRaisedForTheCallingThreadAlone) {
         raised = raiseCurrentThreadPriority();
         after = nice();
     }).join();
-    EXPECT_EQ(after, raised ? -10 : before);
+    EXPECT_EQ(after, raised ? std::min(before, -10) : before);
     EXPECT_EQ(nice(), before);
+}
+
+TEST(ThreadPriority, ThatTheUserSetHigherStays) {
+    std::jthread([] {
+        const auto thread = static_cast<id_t>(syscall(SYS_gettid));
+        if (setpriority(PRIO_PROCESS, thread, -15) != 0)
+            GTEST_SKIP() << "this user may not raise priorities";
+        EXPECT_TRUE(raiseCurrentThreadPriority());
+        EXPECT_EQ(getpriority(PRIO_PROCESS, thread), -15);
+    }).join();
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 // Sources that mean harm. Each is given to gpc in a process of its own and must end in a diagnostic or a
 // result, within a second of processor time, 256 MB, and the megabyte of stack that a program has on Windows
-// (ten times that in builds with sanitizers or without optimisation).
+// (ten times that in builds with sanitizers, thirty times without optimisation).
 
 #include <gtest/gtest.h>
 

@@ -24,14 +24,15 @@ command -v qemu-system-x86_64 >/dev/null || die "qemu-system-x86_64 is missing (
 vmlinuz=$(find "$lane/kernel/boot" -name 'vmlinuz-*' -print -quit 2>/dev/null || true)
 [ -n "$vmlinuz" ] || die "there is no kernel in $lane/kernel; run scripts/test.sh usb."
 
-append="console=ttyS0 panic=-1 quiet"
+append="console=ttyS0 panic=-1 oops=panic quiet"
 case $mode in
   scenarios) speed=(-accel "tcg,thread=multi" -smp 2) filter='-Figures.*' ;;
   figures) speed=(-accel "tcg,thread=single" -icount "shift=1,sleep=off" -smp 1) filter='Figures.*' ;;
   shell) speed=(-accel "tcg,thread=multi" -smp 2) filter='' append+=" ferrylink_shell" ;;
   *) die "unknown mode '$mode'" ;;
 esac
-# The kernel hands what it does not know to the first process, as its environment.
+# The kernel ends at its first fault (what ran on would hang sooner or later). What it does not know it hands to the
+# first process, as its environment.
 filter=${GTEST_FILTER:-$filter}
 [ -z "$filter" ] || append+=" GTEST_FILTER=$filter"
 
@@ -48,6 +49,8 @@ guest=(
 [ "$mode" != shell ] || exec "${guest[@]}"
 status=0
 timeout --kill-after=10 "$limit_s" "${guest[@]}" </dev/null 2>&1 | tee "$lane/${mode}_console.txt" || status=$?
+problem=$(grep -aEom1 'Kernel panic.*|kernel BUG.*' "$lane/${mode}_console.txt" | tr -d '\r' || true)
+[ -z "$problem" ] || die "the guest's kernel ended: $problem"
 [ $status -ne 124 ] || die "the guest did not end within $limit_s s."
 [ $status -eq 0 ] || die "the guest's machine ended with $status."
 grep -aq '^done [0-9]' "$results" || die "the scenarios did not come to their end."

@@ -2,6 +2,9 @@
 
 #include "usb_fixture.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace Vantor {
 namespace {
 
@@ -58,6 +61,19 @@ TEST_F(Unplug, WhileWriting) {
     EXPECT_EQ(host.number("disconnections"), 1);
     EXPECT_EQ(host.number("reconnections"), 1);
     adapter.expectCleanFrames();
+    adapter.expectNoErrors();
+}
+
+TEST_F(Unplug, WhoeverServedItLetsGoWhenItIsBack) {
+    startAndConnect(words({"--duration", "3600"}));
+    const int late = open(first.node.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(late, 0);
+    replug(2);
+    close(late);
+    EXPECT_TRUE(adapter.waitForCount(&AdapterStatistics::inputStates,
+                                     adapter.count(&AdapterStatistics::inputStates) + 10));
+    host.interrupt();
+    EXPECT_EQ(host.number("reconnections"), 1);
     adapter.expectNoErrors();
 }
 

@@ -42,8 +42,14 @@ bool Gadget::writeAttribute(const std::string& attribute, const std::string& val
 }
 
 bool Gadget::plug() {
-    plugged = plugged || writeAttribute("UDC", controller);
+    plugged = plugged || (renewFunction() && writeAttribute("UDC", controller));
     return plugged;
+}
+
+bool Gadget::renewFunction() const {
+    const std::string function = directory + "functions/hid.0";
+    const std::string link = directory + "configs/c.1/hid.0";
+    return ::unlink(link.c_str()) == 0 && symlink(function.c_str(), link.c_str()) == 0;
 }
 
 void Gadget::unplug() {

@@ -39,6 +39,10 @@ public:
 
 private:
     bool writeAttribute(const std::string& attribute, const std::string& value) const;
+    /// Has the kernel make the HID function anew. Linux 6.1 initialises a function's character device again
+    /// at each binding, also while whoever served it before has it open still, and falls over its own lists
+    /// when they close it.
+    bool renewFunction() const;
 
     std::string directory;
     std::string controller;

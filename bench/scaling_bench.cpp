@@ -19,6 +19,7 @@
 namespace {
 
 using namespace Vantor;
+using namespace std::string_view_literals;
 
 constexpr double kGoal = 1.1;
 constexpr int kWarmUpRounds = 1;
@@ -106,7 +107,7 @@ std::vector<SlotListingPart> listing(std::size_t reports) {
     std::vector<std::uint8_t> stream;
     for (std::size_t slot = 1; slot <= kSlots; ++slot) {
         stream.insert(stream.end(), {static_cast<std::uint8_t>(slot), 1, 0, 0, 0, 0, 0});
-        const std::string_view behindName{"\0\1\5FerryLink\0[KM] Desk\0", 24};
+        constexpr std::string_view behindName = "\0\1\5FerryLink\0[KM] Desk\0\0"sv;
         stream.resize(slot * slotBytes - behindName.size(), 'N');
         stream.insert(stream.end(), behindName.begin(), behindName.end());
     }

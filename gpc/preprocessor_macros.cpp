@@ -47,7 +47,7 @@ bool hasNames(std::string_view text) {
 void setReplacement(Macro& macro, std::string_view text) {
     macro.replacement = text;
     maskPaintMarks(macro.replacement);
-    macro.isInert = !hasNames(macro.replacement);
+    macro.isInert = macro.kind == Macro::Kind::object && !hasNames(macro.replacement);
 }
 
 /// Reads "NAME replacement" and "NAME(parameters) replacement".

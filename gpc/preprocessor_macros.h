@@ -37,7 +37,7 @@ struct Macro {
     bool busy = false;     ///< its replacement is being read right now; its own name in there stays as it is
     std::vector<std::string> parameters;
     std::string replacement; ///< of an object-like macro; without comments, trimmed
-    bool isInert = false;    ///< no name stands in that, so that nothing in it can expand
+    bool isInert = false;    ///< object-like, and without a name in it, so that nothing in it can expand
     std::vector<Piece> pieces;
     std::size_t piecesBytes = 0; ///< of their own texts
 };

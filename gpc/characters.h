@@ -53,6 +53,9 @@ constexpr bool hasClass(char byte, unsigned classes) noexcept {
 /// The UTF-8 ideographic space, the one sequence of non-ASCII bytes that ends an identifier.
 inline constexpr std::string_view kIdeographicSpace = "\xE3\x80\x80";
 
+/// What some editors put in front of a UTF-8 file; no part of its first line.
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
 /// Offset behind the identifier whose first byte stands at `begin`.
 constexpr std::size_t identifierEnd(std::string_view text, std::size_t begin) noexcept {
     std::size_t end = begin + 1;

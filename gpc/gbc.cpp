@@ -88,6 +88,8 @@ void emitText(Emitter& code, std::string_view text) {
 } // namespace
 
 std::optional<ScriptInfo> findScriptInfo(std::string_view source) {
+    if (source.starts_with(kByteOrderMark))
+        source.remove_prefix(kByteOrderMark.size());
     // Few bytes are marks, and few of those begin a pragma.
     for (std::size_t at = source.find(kPragma); at != std::string_view::npos; at = source.find(kPragma, at)) {
         std::size_t before = at;

@@ -20,8 +20,6 @@
 
 namespace Vantor::gpc {
 
-inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
 class Preprocessor {
 public:
     Preprocessor(std::string_view source, const PreprocessOptions& preprocessOptions,

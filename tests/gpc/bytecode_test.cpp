@@ -69,6 +69,8 @@ const FileCase kLayout[] = {
      "10 00 10 01 02 03 04 54 69 00 07 FF 41 22 62 00 01 00"},
     {"OnlyTheFirstMetaInfo", "  #pragma  METAINFO (\"a\",1,2,\"\")\n#pragma METAINFO(\"b\",3,4,\"c\")\n",
      "10 00 0C 01 02 03 04 61 00 01 02 00 01 00"},
+    {"MetaInfoBehindAByteOrderMark", "\xEF\xBB\xBF#pragma METAINFO(\"a\",1,2,\"\")\nmain { }",
+     "10 00 0C 01 02 03 04 61 00 01 02 00 01 00"},
     {"NumberOutsideAByte", "#pragma METAINFO(\"a\", 256, 2, \"b\")\nmain { }", HEADER_11 "01 00"},
     {"MalformedFirstHidesTheSecond", "#pragma METAINFO(oops)\n#pragma METAINFO(\"b\",3,4,\"c\")\n",
      HEADER_11 "01 00"},

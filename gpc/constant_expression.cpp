@@ -3,6 +3,7 @@
 
 #include "gpc/constant_expression.h"
 
+#include "gpc/builtins.h"
 #include "gpc/lexer.h"
 #include "gpc/literals.h"
 
@@ -241,10 +242,8 @@ private:
             advance();
             return value ? Value{ConstantValue{static_cast<std::uint32_t>(*value), false}} : std::nullopt;
         }
-        if (token.kind == K::Identifier) {
-            advance();
-            return ConstantValue{};
-        }
+        if (token.kind == K::Identifier)
+            return nameValue();
         if (token.kind != K::LParen)
             return std::nullopt;
         advance();
@@ -253,6 +252,13 @@ private:
             return std::nullopt;
         advance();
         return value;
+    }
+
+    /// A macro may stand for TRUE; taking that for an unknown name would turn conditions round.
+    Value nameValue() noexcept {
+        const NamedConstant* const constant = findConstant(token.text);
+        advance();
+        return ConstantValue{constant ? static_cast<std::uint32_t>(constant->value) : 0u, false};
     }
 
     /// A literal directly behind a minus is converted together with it: -2147483648 is in range.

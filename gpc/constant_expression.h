@@ -1,6 +1,6 @@
 // Integer constant expressions as conditions of the preprocessor hold them. Entry point:
-// evaluateConstantExpression(). It knows no names but evaluates each to 0, and no fixed-point numbers. Any
-// thread; recursion is bounded.
+// evaluateConstantExpression(). It knows the language's named constants, evaluates every other name to 0, and
+// knows no fixed-point numbers. Any thread; recursion is bounded.
 
 #pragma once
 

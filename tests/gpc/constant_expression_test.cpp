@@ -44,6 +44,8 @@ TEST(ConstantExpression, HasTheLanguagesPrecedenceAndWrapsAt32Bits) {
         {"-1 / 2147483648", 1},
         {"'A' == 65 && 0x10 == 0b10000", 1},
         {"NAME + 1", 1},
+        {"TRUE && !FALSE && BUTTON_2 == 1", 1},
+        {"PROTOCOL_PS5 - PROTOCOL_PS4", 10},
         {"0 && 1 / 0", 0},
         {"1 || 1 % 0", 1},
         {"1 ? 5 : 1 / 0", 5},

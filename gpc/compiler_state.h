@@ -128,9 +128,10 @@ struct CompilerState {
     bool isWordAt(std::uint32_t index, Word word) const {
         return isName(index) && tokens.name(index) == nameOf(word);
     }
-    /// A name that is no word: one that a declaration may introduce.
+    /// A name that a declaration may introduce: no word, or one that means something at the top level only.
     bool isUserNameAt(std::uint32_t index) const {
-        return isName(index) && tokens.name(index) >= kFirstBuiltinName;
+        return isName(index) &&
+               (tokens.name(index) >= kFirstBuiltinName || tokens.name(index) == nameOf(Word::Data));
     }
     std::optional<Type> typeAt(std::uint32_t index) const {
         return isName(index) ? typeOfName(tokens.name(index)) : std::nullopt;

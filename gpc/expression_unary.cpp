@@ -81,7 +81,7 @@ bool compileName(CompilerState& state, Operand& result) {
         result = Operand::constant(static_cast<std::uint32_t>(constant->value), kInt16Type);
         return true;
     }
-    if (name < kFirstBuiltinName)
+    if (!state.isUserNameAt(token))
         return state.fail(token, "expected an expression");
     if (state.kindAfter(1) == TokenKind::LParen)
         return state.fail(token, "unknown function: ", state.tokens.nameText(name));

@@ -89,21 +89,35 @@ bool compileSwitch(CompilerState& state) {
            compileSwitchBody(state, token, *record);
 }
 
+constexpr std::string_view kCaseMessage = "case value must be a non-negative uint8 constant";
+
+/// (value)   (value) + 1   (type)value   value
+bool compileCaseValue(CompilerState& state, Operand& value) {
+    const std::uint32_t token = state.at;
+    const bool parenthesis = state.is(TokenKind::LParen) && !state.typeAt(token + 1);
+    if (parenthesis) {
+        state.advance();
+        if (!compileConstant(state, value, kCaseMessage) ||
+            !state.expect(TokenKind::RParen, "expected ')' after case value"))
+            return false;
+        if (state.is(TokenKind::Colon))
+            return true;
+        state.at = token; // the value only begins with what stands in parentheses
+    }
+    return compileConstant(state, value, kCaseMessage);
+}
+
 /// case value:   case (value):
 bool compileCase(CompilerState& state) {
     if (state.openSwitches.empty())
         return state.fail(state.at, "'case' is only valid inside a switch");
     state.advance();
     const std::uint32_t token = state.at;
-    constexpr std::string_view kMessage = "case value must be a non-negative uint8 constant";
-    const bool parenthesis = state.accept(TokenKind::LParen);
     Operand value;
-    if (!compileConstant(state, value, kMessage))
-        return false;
-    if (parenthesis && !state.expect(TokenKind::RParen, "expected ')' after case value"))
+    if (!compileCaseValue(state, value))
         return false;
     if (!value.isConstant() || !value.type.isInteger() || value.bits > 255)
-        return state.fail(token, kMessage);
+        return state.fail(token, kCaseMessage);
     OpenSwitch& open = state.openSwitches.back();
     if (open.seen.test(value.bits))
         return state.fail(token, "duplicate switch case value");

@@ -43,7 +43,7 @@ protected:
         ASSERT_EQ(process.exitStatus(), QProcess::NormalExit) << "a shard has crashed";
         const QJsonObject report = QJsonDocument::fromJson(process.readAllStandardOutput()).object();
         ASSERT_FALSE(report.isEmpty()) << "exit " << process.exitCode();
-        for (const QJsonValue& finding : report[QStringLiteral("findings")].toArray())
+        for (const auto& finding : report[QStringLiteral("findings")].toArray())
             ADD_FAILURE() << qPrintable(finding.toString());
         EXPECT_EQ(process.exitCode(), 0);
         struck += report[QStringLiteral("faults")].toInt();

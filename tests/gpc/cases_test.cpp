@@ -21,6 +21,7 @@ std::string described(const std::string& file, std::uint64_t line, std::uint64_t
 
 std::vector<std::string> describedAll(const std::vector<Diagnostic>& diagnostics) {
     std::vector<std::string> lines;
+    lines.reserve(diagnostics.size());
     for (const Diagnostic& d : diagnostics)
         lines.push_back(described(d.file, d.line, d.column, d.message));
     return lines;

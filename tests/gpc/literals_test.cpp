@@ -13,25 +13,25 @@ TEST(Literals, IntegersTakeTheSmallestTypeThatHoldsThem) {
     using T = IntegerLiteralType;
     struct Case {
         std::string_view text;
-        bool negated;
         std::int64_t value;
+        bool negated;
         T type;
     };
     const Case cases[] = {
-        {"0", false, 0, T::int16},
-        {"007", false, 7, T::int16},
-        {"32767", false, 32767, T::int16},
-        {"32768", false, 32768, T::int32},
-        {"32768", true, -32768, T::int16},
-        {"32769", true, -32769, T::int32},
-        {"2147483647", false, 2147483647, T::int32},
-        {"2147483648", false, 2147483648, T::uint32},
-        {"2147483648", true, -2147483648, T::int32},
-        {"4294967295", false, 4294967295, T::uint32},
-        {"0xFFFFffff", false, 4294967295, T::uint32},
-        {"0X7f", false, 127, T::int16},
-        {"0b1010", true, -10, T::int16},
-        {"0B0", true, 0, T::int16},
+        {"0", 0, false, T::int16},
+        {"007", 7, false, T::int16},
+        {"32767", 32767, false, T::int16},
+        {"32768", 32768, false, T::int32},
+        {"32768", -32768, true, T::int16},
+        {"32769", -32769, true, T::int32},
+        {"2147483647", 2147483647, false, T::int32},
+        {"2147483648", 2147483648, false, T::uint32},
+        {"2147483648", -2147483648, true, T::int32},
+        {"4294967295", 4294967295, false, T::uint32},
+        {"0xFFFFffff", 4294967295, false, T::uint32},
+        {"0X7f", 127, false, T::int16},
+        {"0b1010", -10, true, T::int16},
+        {"0B0", 0, true, T::int16},
     };
     for (const Case& c : cases) {
         const auto literal = integerLiteralValue(c.text, c.negated);

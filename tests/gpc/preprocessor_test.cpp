@@ -227,10 +227,13 @@ TEST(Preprocessor, ExpansionIsCappedInSizeWorkAndDepth) {
     std::string doubling = "#define M0 0123456789\n";
     std::string silent = "#define E0\n";
     std::string chain = "#define C0 done\n";
+    const auto twice = [](char letter, int i) {
+        const std::string previous = std::string(" ") + letter + std::to_string(i - 1);
+        return std::string("#define ") + letter + std::to_string(i) + previous + previous + '\n';
+    };
     for (int i = 1; i <= 40; ++i) {
-        const std::string previous = std::to_string(i - 1);
-        doubling += "#define M" + std::to_string(i) + " M" + previous + " M" + previous + "\n";
-        silent += "#define E" + std::to_string(i) + " E" + previous + " E" + previous + "\n";
+        doubling += twice('M', i);
+        silent += twice('E', i);
     }
     for (int i = 1; i <= 5000; ++i)
         chain += "#define C" + std::to_string(i) + " C" + std::to_string(i - 1) + "\n";

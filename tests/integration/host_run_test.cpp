@@ -118,7 +118,7 @@ TEST_F(HostRuns, LoadsFilesCapturesThePatternAndReportsBoth) {
     EXPECT_TRUE(loads[0][QStringLiteral("ok")].toBool() && loads[1][QStringLiteral("ok")].toBool());
     EXPECT_EQ(number("status/loaded_slot"), 5) << "the last one stays loaded";
     QStringList names;
-    for (const QJsonValue& slot : reported("status/slots").toArray())
+    for (const auto& slot : reported("status/slots").toArray())
         names += slot[QStringLiteral("name")].toString();
     EXPECT_TRUE(names.contains(QStringLiteral("Toggle sprint"))) << qPrintable(names.join(u' '));
     EXPECT_TRUE(names.contains(QStringLiteral("Left-handed"))) << qPrintable(names.join(u' '));

@@ -37,11 +37,11 @@ protected:
     }
     /// The key usage in the newest capture packet; -1 when none has come.
     int lastKey() const {
-        const std::vector<Report> reports = received(adapter);
-        for (auto report = reports.rbegin(); report != reports.rend(); ++report)
-            if ((*report)[1] == kCapturePacket)
-                return (*report)[kFirstKeyOffset];
-        return -1;
+        int key = -1;
+        for (const Report& report : received(adapter))
+            if (report[1] == kCapturePacket)
+                key = report[kFirstKeyOffset];
+        return key;
     }
     std::int64_t recordsIn(const char* name) const {
         SharedMemoryAccessor reader = block(name);

@@ -12,6 +12,7 @@
 #include <hidapi/hidapi.h>
 
 #include <optional>
+#include <utility>
 
 namespace {
 
@@ -85,11 +86,7 @@ protected:
         }
         return takeLog();
     }
-    std::string takeLog() {
-        const std::string text = log.join('\n').toStdString();
-        log.clear();
-        return text;
-    }
+    std::string takeLog() { return std::exchange(log, {}).join('\n').toStdString(); }
 
     virtual_adapter_statistics statistics() const {
         virtual_adapter_statistics result{};

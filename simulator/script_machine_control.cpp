@@ -26,6 +26,10 @@ void endSection(ScriptState& s, bool inRightSection) {
 }
 
 void endInit(ScriptState& s, const ScriptInstruction& i) {
+    // A script without storage may begin with a call: then the first reservation was that call's frame.
+    if (s.memory.stackPointer() == kScriptMemoryBytes) {
+        s.stackBase = kScriptMemoryBytes;
+    }
     endSection(s, s.mainAddress == 0);
     s.mainAddress = i.next;
 }

@@ -32,6 +32,13 @@ std::size_t directiveLength(std::string_view text) {
     return at < text.size() && kConversions.find(text[at]) != std::string_view::npos ? at + 1 : 0;
 }
 
+/// Whether a directive that we do not print has an argument all the same: the compiler lets more through.
+bool takesArgument(std::string_view text) {
+    const std::size_t at = text.find_first_not_of(" -+0123456789.", 1);
+    return at != std::string_view::npos &&
+           std::string_view("diuxXcsf").find(text[at]) != std::string_view::npos;
+}
+
 template<typename Value>
 void apply(const std::string& directive, Value value, std::string& text) {
     std::array<char, 512> buffer{};
@@ -92,6 +99,8 @@ void formatText(ScriptMemory& memory, std::string_view format, std::span<const s
     while (!format.empty()) {
         const std::size_t length = format[0] == '%' ? directiveLength(format) : 0;
         if (length == 0) {
+            if (format[0] == '%' && takesArgument(format))
+                ++used;
             const std::size_t plain = std::min(format.find('%', 1), format.size());
             text += format.substr(0, plain);
             format.remove_prefix(plain);

@@ -48,6 +48,8 @@ struct Sequence {
 };
 
 const Sequence kSequences[]{
+    {"a script without storage may begin with a call",
+     R"(int8 f(int8 a) { return a; } init { printf("%d", f(1)); } main { printf("%d", f(2)); })", "12|2|"},
     {"starts once, and again when it has ended",
      R"(main { combo_run(C); } combo C { printf("a"); wait(20); printf("b"); })", "a||b|a||b|"},
     {"a restart begins anew each time",

@@ -320,6 +320,7 @@ TEST(ScriptMachineTexts, FormatsAsInC) {
         {"%d", {}, "%d"},
         {"%n%q%", {1}, "%n%q%"},
         {"%99999d", {1}, "%99999d"},
+        {"%99999d|%5-d|%d", {1, 2, 3}, "%99999d|%5-d|3"},
     };
     for (const Case& c : cases) {
         Bytes file{0x10, 0x00, 0x00, 0, 0, 0, 0, 0, 0, 0, 0};

@@ -39,8 +39,12 @@ bool fixedFromInteger(CompilerState& state, Operand& value, std::uint32_t token)
 }
 
 bool compileFixed(CompilerState& state, Operand& value, std::uint32_t token) {
-    if (value.isConstant() && value.type.isInteger() && !fixedFromInteger(state, value, token))
-        return false;
+    if (value.isConstant() && value.type.isInteger()) {
+        if (!fixedFromInteger(state, value, token))
+            return false;
+        state.code.emitConstant(value.bits); // no fix32 literal: as short as it can be
+        return true;
+    }
     if (!value.type.isFixed())
         return state.fail(token, "builtin argument must be a fix32 expression");
     load(state, value);

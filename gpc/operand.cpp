@@ -83,7 +83,10 @@ void load(CompilerState& state, Operand& operand) {
     settle(state, operand);
     switch (operand.kind) {
     case Operand::Kind::Constant:
-        state.code.emitConstant(operand.bits);
+        if (operand.type.isFixed())
+            state.code.emitWideConstant(operand.bits);
+        else
+            state.code.emitConstant(operand.bits);
         break;
     case Operand::Kind::Address:
         state.code.emit(Opcode::AddressOf, operand.operand);

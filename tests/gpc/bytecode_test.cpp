@@ -139,7 +139,9 @@ const FileCase kCode[] = {
      WITH_X("4A 23 FC 4E 23 FC 2C 23 FC 20 02 5A 3E 23 FC")},
     {"ValueOfAnAssignment", "int32 x; main { if (x = 5) ; }", WITH_X("20 05 3E 23 FC 2C 23 FC 13 00 1A")},
     {"IntegerConstantAsFix32", "main { set_val(BUTTON_1, 100); }", HEADER_11 "01 20 00 24 00 64 00 00 A1 00"},
-    {"FixedLiteral", "fix32 x; main { x = -0.5; }", WITH_X("23 80 00 3E 23 FC")},
+    // A fix32 constant takes four bytes whatever its value; an integer in its place does not.
+    {"FixedLiteral", "fix32 x; main { x = -0.5; x = 0.5; x = 0.0; set_val(0, 0); }",
+     WITH_X("24 FF FF 80 00 3E 23 FC 24 00 00 80 00 3E 23 FC 24 00 00 00 00 3E 23 FC 20 00 20 00 A1")},
     {"CastsBetweenClasses", "int32 x; main { x = (int32)((fix32)x * 1.5); }",
      WITH_X("2C 23 FC 62 24 00 01 80 00 60 63 3E 23 FC")},
     {"ThroughAPointer", "int32 x; main { *(&x) += 5; }", WITH_X("2C 23 FC 20 05 59 3E 23 FC")},

@@ -53,14 +53,14 @@ bool Pipeline::startImage() {
 }
 
 void Pipeline::emitStart() {
-    const std::vector<StorageCopy> copies = placeInitialValues(state);
+    placeInitialValues(state);
     state.imageOpen = false;
     const auto image = state.image.bytes();
     emitHeader(state.code, buildStamp, info, static_cast<std::uint32_t>(image.size()));
     state.code.emitBytes(image);
     if (state.storageUsed > 0)
         state.code.emit(Opcode::Reserve, (state.storageUsed + 3) / 4 * 4);
-    for (const StorageCopy& copy : copies) {
+    for (const StorageCopy& copy : state.startCopies) {
         state.code.emit(Opcode::CopyBlock, copy.imageAddress);
         state.code.emitU16(copy.operand);
         state.code.emitU16(copy.size);

@@ -76,6 +76,13 @@ struct InitialValue {
     std::vector<std::uint8_t> bytes;
 };
 
+/// Initial values in the image, and the storage that they are copied to before anything else runs.
+struct StorageCopy {
+    std::uint32_t imageAddress = 0;
+    std::uint16_t operand = 0;
+    std::uint32_t size = 0;
+};
+
 struct CompileError {
     std::uint32_t token = 0;
     std::string message;
@@ -95,6 +102,7 @@ struct CompilerState {
     std::vector<LocalDeclaration> locals; ///< ascending by token
     std::vector<SwitchRecord> switches;   ///< ascending by token
     std::vector<InitialValue> initialValues;
+    std::vector<StorageCopy> startCopies;
     std::vector<std::uint32_t> staticLocals; ///< variables, waiting for their storage
     std::uint32_t storageUsed = 0;           ///< the storage counter, bytes
 

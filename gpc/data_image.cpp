@@ -40,4 +40,10 @@ std::uint32_t DataImage::read(std::uint32_t address, std::uint32_t width) const 
     return value;
 }
 
+void DataImage::patchU16(std::uint32_t address, std::uint32_t value) {
+    const std::size_t at = address - imageBase;
+    content[at] = static_cast<std::uint8_t>(value >> 8);
+    content[at + 1] = static_cast<std::uint8_t>(value);
+}
+
 } // namespace Vantor::gpc

@@ -27,6 +27,8 @@ public:
 
     /// The big-endian number of `width` bytes at an address that was handed out.
     std::uint32_t read(std::uint32_t address, std::uint32_t width) const;
+    /// Two bytes of something that was appended, changed for later reads. The file's bytes are the Emitter's.
+    void patchU16(std::uint32_t address, std::uint32_t value);
 
     bool full() const { return overflow; }
     std::span<const std::uint8_t> bytes() const { return content; }

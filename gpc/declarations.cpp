@@ -174,10 +174,10 @@ bool declareGlobals(CompilerState& state) {
     return true;
 }
 
-std::vector<StorageCopy> placeInitialValues(CompilerState& state) {
+void placeInitialValues(CompilerState& state) {
     // Neighbours go into one copy; the gap that alignment leaves between them is filled with zeros.
     constexpr std::uint32_t kMaxGap = 4;
-    std::vector<StorageCopy> copies;
+    std::vector<StorageCopy>& copies = state.startCopies;
     std::vector<std::uint8_t> run;
     const auto finishRun = [&] {
         if (!run.empty()) {
@@ -205,7 +205,6 @@ std::vector<StorageCopy> placeInitialValues(CompilerState& state) {
         run.insert(run.end(), initial.bytes.begin(), initial.bytes.end());
     }
     finishRun();
-    return copies;
 }
 
 } // namespace Vantor::gpc

@@ -150,6 +150,34 @@ bool checkBrackets(CompilerState& state, const Variable& scanned, const LocalMes
     return state.expect(TokenKind::RBracket, messages.bracket);
 }
 
+/// Where the image holds a local's initial values; kNoIndex when it needs none, being all zero.
+std::uint32_t initialValuesAddress(const CompilerState& state, const LocalDeclaration& local) {
+    const Variable& variable = state.variables[local.variable];
+    if (variable.readOnly())
+        return variable.address;
+    if (variable.storage != StorageClass::StaticLocal)
+        return local.imageAddress;
+    const std::uint16_t operand = variableOperand(variable);
+    const auto copy =
+        std::find_if(state.startCopies.begin(), state.startCopies.end(), [&](const StorageCopy& c) {
+            return c.operand <= operand && operand < c.operand + c.size;
+        });
+    return copy == state.startCopies.end() ? kNoIndex : copy->imageAddress + (operand - copy->operand);
+}
+
+/// The scan read pointers before static locals had their places: the true values go where it put its own.
+bool replacePointers(CompilerState& state, const LocalDeclaration& local,
+                     const std::vector<std::uint32_t>& values) {
+    const std::uint32_t address = initialValuesAddress(state, local);
+    if (!state.variables[local.variable].type.pointer || !local.complete || address == kNoIndex)
+        return false;
+    for (std::uint32_t i = 0; i < values.size(); ++i) {
+        state.code.patchU16(address + i * kPointerWidth, values[i]);
+        state.image.patchU16(address + i * kPointerWidth, values[i]);
+    }
+    return true;
+}
+
 /// The values at the current token once more, with their faults reported. The scan has placed them; where it
 /// read something else (a constant that is declared behind its use, or hidden for a while), the pass stops.
 bool checkArrayValues(CompilerState& state, const LocalDeclaration& local, const LocalMessages& messages,
@@ -170,7 +198,8 @@ bool checkArrayValues(CompilerState& state, const LocalDeclaration& local, const
     const bool same =
         local.complete && sameSize &&
         hashOfBytes(encodeValues(values, variable.count, variable.type.width())) == local.valueHash;
-    return same || state.fail(token, inferred ? messages.inferred : messages.arrayValues);
+    return same || (sameSize && replacePointers(state, local, values)) ||
+           state.fail(token, inferred ? messages.inferred : messages.arrayValues);
 }
 
 bool compileArrayValues(CompilerState& state, const LocalDeclaration& local, const LocalMessages& messages,
@@ -221,7 +250,8 @@ bool checkFixedValue(CompilerState& state, const LocalDeclaration& local, const 
         return false;
     const bool same =
         local.complete && hashOfBytes(encodeValues(values, 1, variable.type.width())) == local.valueHash;
-    return same || state.fail(token, "local initializer uses a constant that is declared later");
+    return same || replacePointers(state, local, values) ||
+           state.fail(token, "local initializer uses a constant that is declared later");
 }
 
 bool compileDeclarator(CompilerState& state, Type type, const LocalMessages& messages) {

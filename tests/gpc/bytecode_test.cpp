@@ -89,6 +89,11 @@ const FileCase kLayout[] = {
     {"ConstTable", "const uint16 t[] = {1, 515}; uint8 i; main { i = t[1]; i = t[i]; }",
      "10 00 0F 01 02 03 04 00 00 00 00  00 01 02 03  02 00 04  01"
      "  22 02 03 3C 23 FF  25 00 0B 28 23 FF 4F 32 3C 23 FF  00"},
+    // Where a static local lies is known only after the initial values have been read.
+    {"StaticPointerToAStatic", "void f() { static uint8 a; static uint8 *p = &a; } main { }",
+     "10 00 0D 01 02 03 04 00 00 00 00  23 FF  02 00 04  03 00 0B 23 FC 00 02  01 00 1E"},
+    {"ConstPointerToAStatic", "void f() { static uint8 a; const uint8 *p = &a; *p = 1; } main { }",
+     "10 00 0D 01 02 03 04 00 00 00 00  23 FF  02 00 04  01 00  22 23 FF 20 01 40 1E"},
     {"StringsAreShared", "main { printf(\"a\"); printf(\"a\"); }",
      "10 00 0D 01 02 03 04 00 00 00 00  61 00  01  D5 00 0B 00 D5 00 0B 00  00"},
     // Order of storage: global, main-local, combo-local, static local, combo state (rounded to 2, then 4

@@ -151,8 +151,8 @@ bool compileChoice(CompilerState& state, Operand& result) {
         return false;
     settle(state, first);
     const Operand knownFirst = first;
-    if (!loadValue(state, first, token) ||
-        !state.expect(TokenKind::Colon, "expected ':' in conditional expression"))
+    load(state, first);
+    if (!state.expect(TokenKind::Colon, "expected ':' in conditional expression"))
         return false;
     const std::uint32_t toEnd = state.code.emitJump(Opcode::Jump);
     state.code.patchHere(toSecond);
@@ -161,9 +161,14 @@ bool compileChoice(CompilerState& state, Operand& result) {
         return false;
     settle(state, second);
     const Operand knownSecond = second;
-    if (!loadValue(state, second, token))
-        return false;
+    load(state, second);
     state.code.patchHere(toEnd);
+    if (first.type.isVoid && second.type.isVoid) {
+        result = {}; // two calls, of which one happens
+        return true;
+    }
+    if (first.type.isVoid || second.type.isVoid)
+        return loadValue(state, first.type.isVoid ? first : second, token);
     Type type;
     Operand typed = knownFirst;
     if (!unify(typed, knownSecond, type))

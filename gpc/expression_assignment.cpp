@@ -104,6 +104,9 @@ bool compileCompound(CompilerState& state, Operand& target, std::uint32_t token,
     }
     if (!combine(state, value, right, token, op, mark))
         return false;
+    // The difference of two pointers is a number.
+    if (!assignable(value, target.type))
+        return state.fail(token, "assigned value does not match the variable type");
     store(state, target, use);
     return true;
 }

@@ -121,7 +121,7 @@ bool compileElement(CompilerState& state, Operand& base) {
     const std::uint32_t token = state.at;
     state.advance();
     const bool array = base.kind == Operand::Kind::Variable && base.count != 0;
-    const std::uint32_t count = array ? base.count : kNoIndex;
+    const std::uint32_t count = base.count;
     // An array's elements have its type, whatever that is; what a pointer points to is a scalar.
     const Type element = array ? base.type : base.type.target();
     settle(state, base);
@@ -140,7 +140,7 @@ bool compileElement(CompilerState& state, Operand& base) {
         return state.fail(indexToken, "an array index must be an integer expression");
     if (!state.expect(TokenKind::RBracket, "expected ']' after array index"))
         return false;
-    if (index.isConstant() && index.bits >= count)
+    if (array && index.isConstant() && index.bits >= count)
         return state.fail(indexToken, "array index is outside the array");
     base = {};
     base.type = element;
@@ -163,6 +163,12 @@ bool canContinueOperand(TokenKind kind) {
     return kind == TokenKind::LBracket || kind == TokenKind::PlusPlus || kind == TokenKind::MinusMinus;
 }
 
+/// What a step's value is used for: nothing, only where the whole expression is and ends behind it.
+Use useOfStep(TokenKind next, Use use) {
+    const bool last = next == TokenKind::Semicolon || next == TokenKind::RParen || next == TokenKind::Comma;
+    return last ? use : Use::Value;
+}
+
 bool compilePostfix(CompilerState& state, Operand& result, Use use) {
     if (!compilePrimary(state, result))
         return false;
@@ -171,13 +177,10 @@ bool compilePostfix(CompilerState& state, Operand& result, Use use) {
             if (!compileElement(state, result))
                 return false;
         } else if (state.is(TokenKind::PlusPlus) || state.is(TokenKind::MinusMinus)) {
-            const TokenKind next = state.kindAfter(1);
-            const bool last =
-                next == TokenKind::Semicolon || next == TokenKind::RParen || next == TokenKind::Comma;
             const bool increment = state.is(TokenKind::PlusPlus);
             const std::uint32_t token = state.at;
             state.advance();
-            if (!compileIncrement(state, result, token, {increment, false}, last ? use : Use::Value))
+            if (!compileIncrement(state, result, token, {increment, false}, useOfStep(state.kind(), use)))
                 return false;
         } else {
             return true;
@@ -336,7 +339,7 @@ bool compileUnary(CompilerState& state, Operand& result, Use use) {
         const std::uint32_t token = state.at;
         state.advance();
         return compileUnary(state, result, Use::Value) &&
-               compileIncrement(state, result, token, {increment, true}, use);
+               compileIncrement(state, result, token, {increment, true}, useOfStep(state.kind(), use));
     }
     case TokenKind::Ampersand:
         return compileAddressOf(state, result);

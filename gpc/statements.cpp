@@ -51,10 +51,24 @@ bool compileLabel(CompilerState& state) {
 
 // ----- loops
 
+bool atLabel(const CompilerState& state) {
+    return state.isWord(Word::Case) || state.isWord(Word::Default) ||
+           (state.isUserNameAt(state.at) && state.kindAfter(1) == TokenKind::Colon);
+}
+
+/// The one statement that an if or a loop governs, with the labels in front of it.
+bool compileGoverned(CompilerState& state) {
+    bool labelled = false;
+    for (; atLabel(state); labelled = true)
+        if (!compileStatement(state))
+            return false;
+    return (labelled && state.is(TokenKind::RBrace)) || compileStatement(state);
+}
+
 /// A loop's body, with what `break` and `continue` in it mean.
 bool compileLoopBody(CompilerState& state, std::uint32_t continueTarget, Breakable& loop) {
     state.breakables.push_back({true, continueTarget, {}, {}});
-    const bool good = compileStatement(state);
+    const bool good = compileGoverned(state);
     loop = state.breakables.back();
     state.breakables.pop_back();
     return good;
@@ -69,7 +83,7 @@ bool compileIf(CompilerState& state) {
             !state.expect(TokenKind::RParen, "expected ')' after if condition"))
             return false;
         const std::uint32_t toElse = state.code.emitJump(Opcode::JumpIfFalse);
-        if (!compileStatement(state))
+        if (!compileGoverned(state))
             return false;
         const bool hasElse = state.isWord(Word::Else);
         if (hasElse)
@@ -80,7 +94,7 @@ bool compileIf(CompilerState& state) {
         state.advance();
         if (state.isWord(Word::If))
             continue;
-        if (!compileStatement(state))
+        if (!compileGoverned(state))
             return false;
         break;
     }

@@ -26,14 +26,24 @@ const SlotFileFormat* formatOf(const QMimeData& data) {
     return nullptr;
 }
 
+std::filesystem::path systemPath(const QString& path) {
+    const QByteArray utf8 = path.toUtf8();
+    return std::u8string(utf8.begin(), utf8.end());
+}
+
+/// Not Qt's idea of it: ":a.gpc" (a resource, for Qt), and on Windows "C:a.gpc" and "/a.gpc" pass for
+/// absolute there, but what the system opens by such names depends on its working directory.
+bool isAbsolute(const QString& path) {
+    const QString name = QDir::fromNativeSeparators(path);
+    return systemPath(name).is_absolute() || name.startsWith(QLatin1String("//")); // a server's, on Windows
+}
+
 std::shared_ptr<RegularFile> openFile(const QString& path, RegularFile::Links links) {
     // The system would end the path at an embedded zero and open another file than the one that was checked.
     if (path.isEmpty() || path.contains(QChar::Null))
         return nullptr;
-    const QByteArray utf8 = path.toUtf8();
     std::error_code error;
-    auto file =
-        RegularFile::open(std::filesystem::path(std::u8string(utf8.begin(), utf8.end())), links, error);
+    auto file = RegularFile::open(systemPath(path), links, error);
     return file ? std::make_shared<RegularFile>(std::move(*file)) : nullptr;
 }
 
@@ -56,7 +66,7 @@ std::optional<DroppedFile> droppedFile(const QMimeData& data) {
     if (format == nullptr)
         return std::nullopt;
     const QString path = QString::fromUtf8(data.data(QLatin1String(format->mimeType)));
-    if (path.isEmpty() || !QDir::isAbsolutePath(path) || !hasSuffix(path, *format))
+    if (path.isEmpty() || !isAbsolute(path) || !hasSuffix(path, *format))
         return std::nullopt;
     auto file = openFile(path, RegularFile::Links::refuse);
     if (!file || file->size() > kMaxDroppedBytes)

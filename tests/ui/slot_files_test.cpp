@@ -64,6 +64,14 @@ TEST_F(SlotFiles, ADropThatNamesNoProperFileIsIgnored) {
     const QString before = QDir::currentPath();
     QDir::setCurrent(directory.path());
     EXPECT_FALSE(drop(kGpcSourceMimeType, QStringLiteral("a.gpc")));
+    if (QDir::rootPath() == u'/') {
+        EXPECT_TRUE(QFile::copy(file, directory.path() + QStringLiteral("/:b.gpc")));
+        EXPECT_FALSE(drop(kGpcSourceMimeType, QStringLiteral(":b.gpc")));
+    } else { // a drive's own working directory, and the drive of the working directory
+        EXPECT_FALSE(drop(kGpcSourceMimeType, file.first(2) + QStringLiteral("a.gpc")));
+        EXPECT_FALSE(drop(kGpcSourceMimeType, file.sliced(2)));
+        EXPECT_TRUE(drop(kGpcSourceMimeType, QStringLiteral("\\\\?\\") + QDir::toNativeSeparators(file)));
+    }
     QDir::setCurrent(before);
     // The system would read it as the path before the zero.
     EXPECT_FALSE(drop(kGpcSourceMimeType, file + QChar::Null + QStringLiteral(".gpc")));

@@ -67,8 +67,10 @@ void AdapterChoice::remember(const QString& path, const TitanDevice* device) {
 }
 
 const TitanDevice* AdapterChoice::findAgain(const QList<TitanDevice>& devices) const {
-    const TitanDevice* const samePath = findDevice(devices, lastPath);
-    return samePath != nullptr ? samePath : findBySerial(devices, wantedSerial());
+    if (const TitanDevice* const samePath = findDevice(devices, lastPath))
+        return samePath;
+    const TitanDevice* const same = findBySerial(devices, lastSerial);
+    return same != nullptr ? same : findBySerial(devices, chosen);
 }
 
 } // namespace Vantor

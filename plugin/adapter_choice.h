@@ -40,13 +40,12 @@ public:
     /// The user would rather have the chosen adapter than wait for the lost one.
     void lookForChosen() { lastSerial = chosen; }
     /// Whether there is anything to look for.
-    bool isSearchable() const { return !lastPath.isEmpty() || !wantedSerial().isEmpty(); }
-    /// The remembered adapter, on its path or by its serial number on another; null when it is not there.
+    bool isSearchable() const { return !lastPath.isEmpty() || !lastSerial.isEmpty() || !chosen.isEmpty(); }
+    /// The remembered adapter, on its path or by its serial number on another; else the chosen one, which was
+    /// not there when the bridge was started on another. Null when neither is there.
     const TitanDevice* findAgain(const QList<TitanDevice>& devices) const;
 
 private:
-    const QString& wantedSerial() const { return lastSerial.isEmpty() ? chosen : lastSerial; }
-
     SettingsManager* settingsManager = nullptr; ///< not owned
     QString chosen;                             ///< serial number, as the settings hold it
     QString lastPath;

@@ -12,6 +12,8 @@
 
 #include <hidapi/hidapi.h>
 
+#include <utility>
+
 namespace Vantor {
 
 namespace {
@@ -266,8 +268,10 @@ void FerryLinkPlugin::stopWorkers() {
         workers->stop();
     slotOperations->cancel();
     adapterOpen = false;
-    status.acceptsCommands = false;
+    const bool acceptedCommands = std::exchange(status.acceptsCommands, false);
     clearRates();
+    if (acceptedCommands) // where the connection stays what it was, nothing else would say so
+        emit statusChanged();
 }
 
 // ---- What the workers say ----
@@ -335,9 +339,11 @@ void FerryLinkPlugin::attemptReconnection() {
     const TitanDevice* const found = choice.findAgain(devices);
     if (found == nullptr)
         return;
-    if (panel && found->path != choice.rememberedPath()) {
+    if (panel) {
+        const bool isNews = found->path != choice.rememberedPath() || panel->selectedDevicePath().isEmpty();
         panel->setDevices(devices, choice.chosenSerial());
-        panel->selectDevice(found->path);
+        if (isNews)
+            panel->selectDevice(found->path);
     }
     choice.remember(found->path, found);
     reconnectTo(found->path);

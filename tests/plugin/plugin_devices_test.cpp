@@ -65,14 +65,17 @@ TEST_F(Devices, ReconnectsOnTheSamePathAndOnANewOne) {
         ASSERT_TRUE(becomes("reconnecting"));
         EXPECT_TRUE(running()) << "stopping must stay possible";
         EXPECT_FALSE(shown("Error message").isEmpty());
+        QTest::mouseClick(panel->findChild<QAbstractButton*>(QStringLiteral("refreshButton")),
+                          Qt::LeftButton);
+        EXPECT_EQ(deviceList()->currentText(), QStringLiteral("No Titan Two devices found"));
         virtual_adapter_replug(a, path);
         ASSERT_TRUE(becomes("connected")) << path;
+        EXPECT_EQ(deviceList()->currentData().toString(), QLatin1String(path));
         ++initialisations;
         EXPECT_EQ(
             virtual_adapter_wait(a, VIRTUAL_ADAPTER_COUNT_INITIALISATIONS, initialisations, kPatienceMs), 1);
         EXPECT_EQ(shown("Error message"), QString());
     }
-    EXPECT_EQ(deviceList()->currentData().toString(), QStringLiteral("bus:7"));
 }
 
 TEST_F(Devices, FindsAMovedAdapterWithoutAPanelAndWithoutAnythingRemembered) {
@@ -107,6 +110,7 @@ TEST_F(Devices, AFailedAttemptLeavesNothingThatLooksLikeAConnection) {
     virtual_adapter_unplug(a);
     ASSERT_TRUE(becomes("reconnecting"));
     virtual_adapter_replug(a, nullptr);
+    const auto announced = followStatus();
     struct Case {
         virtual_adapter_operation operation;
         unsigned kth;
@@ -126,6 +130,7 @@ TEST_F(Devices, AFailedAttemptLeavesNothingThatLooksLikeAConnection) {
         EXPECT_EQ(connection(), QStringLiteral("reconnecting")) << c.operation << " " << c.kth;
         EXPECT_FALSE(acceptsCommands()) << c.operation << " " << c.kth;
         EXPECT_TRUE(status()[QStringLiteral("firmware")].isNull()) << c.operation << " " << c.kth;
+        EXPECT_EQ(*announced, status()) << c.operation << " " << c.kth;
     }
     EXPECT_TRUE(becomes("connected"));
 }
@@ -196,6 +201,21 @@ TEST_F(Devices, AnAdapterChosenDuringTheSearchIsTakenInstead) {
     EXPECT_TRUE(becomes("connected"));
     EXPECT_EQ(status()[QStringLiteral("device_serial")].toString(), QStringLiteral("B"));
     EXPECT_EQ(virtual_adapter_wait(b, VIRTUAL_ADAPTER_COUNT_INITIALISATIONS, 1, kPatienceMs), 1);
+}
+
+TEST_F(Devices, TheRememberedOneIsTakenWhenAnotherThatStoodInForItIsLost) {
+    const int a = virtual_adapter_add("bus:1", "A", nullptr);
+    settings.setPluginValue(QStringLiteral("ferry_link"), QStringLiteral("selected_device_serial"),
+                            QStringLiteral("B"));
+    ASSERT_TRUE(bringUp());
+    showPanel();
+    connectTo(a);
+    virtual_adapter_unplug(a);
+    ASSERT_TRUE(becomes("reconnecting"));
+    virtual_adapter_add("bus:2", "B", nullptr);
+    ASSERT_TRUE(becomes("connected"));
+    EXPECT_EQ(status()[QStringLiteral("device_serial")].toString(), QStringLiteral("B"));
+    EXPECT_EQ(deviceList()->currentData().toString(), QStringLiteral("bus:2"));
 }
 
 TEST_F(Devices, ALossThatIsHeardOnlyAfterTheStopStartsNothing) {

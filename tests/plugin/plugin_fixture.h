@@ -88,6 +88,15 @@ protected:
     bool running() const { return plugin->runController()->isRunning(); }
 
     QJsonObject status() const { return object->property("status").toJsonObject(); }
+    /// The status as a host knows it that looks only when it is told to; kept up to date from now on.
+    std::shared_ptr<const QJsonObject> followStatus() {
+        const auto known = std::make_shared<QJsonObject>(status());
+        auto* const relay = new PluginRunController(object); // any object with a signal that has no arguments
+        QObject::connect(object, SIGNAL(statusChanged()), relay, SIGNAL(startRequested()));
+        QObject::connect(relay, &PluginRunController::startRequested, relay,
+                         [this, known] { *known = status(); });
+        return known;
+    }
     QJsonObject transfer() const { return object->property("transfer").toJsonObject(); }
     QString transferState() const { return transfer()[QStringLiteral("state")].toString(); }
     bool loadSlotFile(int slot, const QString& path) {

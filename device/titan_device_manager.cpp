@@ -1,6 +1,7 @@
 #include "device/titan_device_manager.h"
 
 #include "device/fixed_packets.h"
+#include "device/hid_library_lock.h"
 
 #include <utility>
 
@@ -15,6 +16,16 @@ constexpr int kInboundTimeoutMs = 1;
 // hidapi gives null or, on some systems, an empty text for what a device does not report.
 QString textOr(const wchar_t* text, const QString& otherwise) {
     return text == nullptr || *text == L'\0' ? otherwise : QString::fromWCharArray(text);
+}
+
+hid_device_info* listAdapters() {
+    const HidLibraryLock lock;
+    return hid_enumerate(TitanDeviceManager::kVendorId, TitanDeviceManager::kProductId);
+}
+
+hid_device* openAdapter(const QString& path) {
+    const HidLibraryLock lock;
+    return hid_open_path(path.toLocal8Bit().constData());
 }
 
 } // namespace
@@ -34,7 +45,7 @@ TitanDeviceManager::~TitanDeviceManager() {
 
 QList<TitanDevice> TitanDeviceManager::enumerateDevices() {
     QList<TitanDevice> found;
-    hid_device_info* const list = hid_enumerate(kVendorId, kProductId);
+    hid_device_info* const list = listAdapters();
     for (const hid_device_info* entry = list; entry != nullptr; entry = entry->next) {
         if (entry->vendor_id != kVendorId || entry->product_id != kProductId)
             continue;
@@ -56,7 +67,7 @@ void TitanDeviceManager::refreshDevices() {
 bool TitanDeviceManager::connectDevice(const QString& path) {
     disconnectDevice();
     if (!path.isEmpty())
-        handle = hid_open_path(path.toLocal8Bit().constData());
+        handle = openAdapter(path);
     if (handle == nullptr) {
         emit deviceError(tr("Failed to open Titan Two device"));
         return false;
@@ -100,7 +111,7 @@ bool TitanDeviceManager::sendPacket(const QByteArray& packet) {
 bool TitanDeviceManager::sendStopPacket(const QString& path) {
     if (path.isEmpty())
         return false;
-    hid_device* const device = hid_open_path(path.toLocal8Bit().constData());
+    hid_device* const device = openAdapter(path);
     if (device == nullptr)
         return false;
     const bool sent = hid_write(device, kStopReport.data(), kStopReport.size()) >= 0;

@@ -210,7 +210,9 @@ struct virtual_adapter_library_statistics {
     uint64_t exits;
     uint64_t enumerations;
     uint64_t lists_not_freed; /* enumerations whose result was not given back yet */
-    uint64_t misuses;         /* calls with a handle that is not open */
+    /* Calls with a handle that is not open, and calls of hid_init, hid_enumerate, hid_open, hid_open_path or
+     * one that asks for a text, made while another thread was in one of them. */
+    uint64_t misuses;
 };
 VIRTUAL_ADAPTER_API int
 virtual_adapter_get_library_statistics(struct virtual_adapter_library_statistics* statistics);

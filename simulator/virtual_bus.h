@@ -10,6 +10,7 @@
 #include <hidapi/hidapi.h>
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -152,6 +153,22 @@ private:
     VirtualBus() = default;
 
     using Lock = std::unique_lock<std::mutex>;
+    /// The lock, in those calls in which the real hidapi replaces one text without any: two at once are a
+    /// misuse.
+    class SoleCall {
+    public:
+        explicit SoleCall(VirtualBus& calledBus);
+        ~SoleCall() { bus.soleCalls.fetch_sub(1); }
+        SoleCall(const SoleCall&) = delete;
+        SoleCall& operator=(const SoleCall&) = delete;
+
+    private:
+        static bool enter(VirtualBus& bus);
+
+        VirtualBus& bus;
+        bool isAlone;
+        Lock lock;
+    };
     // All below: with the lock held.
     std::shared_ptr<VirtualAdapter> find(int adapter);
     hid_device* openAdapter(const std::shared_ptr<VirtualAdapter>& adapter);
@@ -172,6 +189,7 @@ private:
     static hid_device_info* describe(const VirtualAdapter& adapter);
     static void freeDescription(hid_device_info* info);
 
+    std::atomic<int> soleCalls{0}; ///< that are going on or waiting for the lock
     std::mutex mutex;
     std::condition_variable changed; ///< anything a blocked call may wait for
     std::array<std::shared_ptr<VirtualAdapter>, VIRTUAL_ADAPTER_MAX_ADAPTERS> adapters;

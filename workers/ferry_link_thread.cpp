@@ -31,6 +31,14 @@ constexpr char kUnexpected[] =
     "The bridge ended because of an unexpected error, most likely a lack of memory";
 constexpr char kInitIncomplete[] = "Failed to complete initialization sequence";
 
+/// Windows counts a sleep in ticks of up to 16 ms, the current one as a whole, and so may end it early.
+void pauseInFull(std::chrono::milliseconds pause) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point end = Clock::now() + pause;
+    for (Clock::time_point now = end - pause; now < end; now = Clock::now())
+        std::this_thread::sleep_for(std::chrono::ceil<std::chrono::milliseconds>(end - now));
+}
+
 } // namespace
 
 FerryLinkThread::FerryLinkThread(QObject* parent)
@@ -136,7 +144,7 @@ bool FerryLinkThread::openDevice() {
     }
     if (path.isEmpty())
         return false;
-    device.reset(hid_open_path(path.toLocal8Bit().constData()));
+    device = openHid(path);
     if (device == nullptr)
         adviseOnDeviceAccess(path);
     else if (!acceptsSerial(serial))
@@ -148,8 +156,11 @@ bool FerryLinkThread::acceptsSerial(const QString& wanted) const {
     if (wanted.isEmpty())
         return true;
     std::array<wchar_t, kSerialCharacters> serial{};
-    if (hid_get_serial_number_string(device.get(), serial.data(), serial.size()) < 0)
-        return true; // an adapter that cannot say who it is is taken at its path's word
+    {
+        const HidLibraryLock lock;
+        if (hid_get_serial_number_string(device.get(), serial.data(), serial.size()) < 0)
+            return true; // an adapter that cannot say who it is is taken at its path's word
+    }
     serial.back() = L'\0';
     return QString::fromWCharArray(serial.data()) == wanted;
 }
@@ -158,7 +169,7 @@ QString FerryLinkThread::initialiseDevice() {
     for (std::size_t i = 0; i < kInitialisationReports.size(); ++i) {
         if (!writeReport(device, kInitialisationReports[i]))
             return QLatin1String(i < kFirstPhaseReports ? kInitFailed : kInitIncomplete);
-        std::this_thread::sleep_for(kInitPacketPause);
+        pauseInFull(kInitPacketPause);
     }
     return {};
 }

@@ -169,8 +169,7 @@ bool KMGCaptureThread::connectBlocks() {
 
 bool KMGCaptureThread::openDevice() {
     device.reset();
-    if (!devicePath.isEmpty())
-        device.reset(hid_open_path(devicePath.toLocal8Bit().constData()));
+    device = openHid(devicePath);
     return device != nullptr;
 }
 

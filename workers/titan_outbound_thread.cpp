@@ -96,8 +96,7 @@ void TitanOutboundThread::run() {
 
 bool TitanOutboundThread::openDevice() {
     device.reset();
-    if (!devicePath.isEmpty())
-        device.reset(hid_open_path(devicePath.toLocal8Bit().constData()));
+    device = openHid(devicePath);
     return device != nullptr;
 }
 

@@ -375,7 +375,7 @@ void Trial::recover() {
     const virtual_adapter_library_statistics library = Stage::libraryCounts();
     check(library.open_handles == 0, QStringLiteral("%1 handles leaked").arg(library.open_handles));
     check(library.lists_not_freed == 0, QStringLiteral("%1 lists leaked").arg(library.lists_not_freed));
-    check(library.misuses == 0, QStringLiteral("%1 uses of a closed handle").arg(library.misuses));
+    check(library.misuses == 0, QStringLiteral("%1 calls that hidapi does not allow").arg(library.misuses));
     // Looked at while a timer runs, which on Windows has a thread of its own. A thread that has been joined
     // may stay in the system's list for a moment.
     Footprint now;

@@ -143,7 +143,7 @@ bool MemoryBlockHost::Private::createObject(const MemoryBlockInfo& info, Block& 
         return fail(
             u"A program still holds the block \"%1\" of an earlier host. Close it first."_s.arg(info.name));
     return fail(u"The block \"%1\" cannot be made: %2."_s.arg(
-        info.name, QString::fromStdString(block.memory.systemError())));
+        info.name, QString::fromLocal8Bit(block.memory.systemError())));
 }
 
 bool MemoryBlockHost::Private::createOne(const MemoryBlockInfo& info) {

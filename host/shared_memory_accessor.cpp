@@ -139,12 +139,12 @@ bool SharedMemoryAccessor::connect() {
     case Status::tooSmall:
         d->error = u"The block %1 is smaller than its %2 data bytes: %3."_s.arg(d->quotedName())
                        .arg(d->info.dataBytes)
-                       .arg(QString::fromStdString(d->memory.systemError()));
+                       .arg(QString::fromLocal8Bit(d->memory.systemError()));
         return false;
     case Status::exists:
     case Status::refused:
         d->error = u"The block %1 cannot be opened: %2."_s.arg(
-            d->quotedName(), QString::fromStdString(d->memory.systemError()));
+            d->quotedName(), QString::fromLocal8Bit(d->memory.systemError()));
         return false;
     }
 

@@ -37,7 +37,8 @@ run_target() {
   local target=$1 log=$work/logs/$1.log
   shift
   mkdir -p "$work/corpus/$target" "$work/findings" "$work/logs"
-  # An input takes a millisecond. The limit is one of the clock on the wall, which goes on while a machine stands still.
+  # An input takes less than a millisecond. The limit is one of the clock on the wall, which goes on while a machine stands
+  # still.
   # shellcheck disable=SC2046
   if "${fixed_addresses[@]}" "$work/bin/ferrylink_fuzz_$target" $(options_of "$target") "$@" \
     -timeout=120 -rss_limit_mb=2048 -reload=0 -print_final_stats=1 -artifact_prefix="$work/findings/$target-" \

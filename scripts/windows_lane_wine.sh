@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The lane `windows` from the build on: the tests, and the zip. Called by scripts/windows_lane.sh with a display.
+# The lane `windows` from the build on: the tests, and the packages. Called by scripts/windows_lane.sh with a display.
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

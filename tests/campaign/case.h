@@ -1,5 +1,5 @@
-// What the campaign tries: an act of the plug-in, and the faults that meet it. Entry points: planOf(),
-// describe(). Pure data; any thread.
+// What the campaign tries: an act of the plug-in, and the faults that meet it. Entry points: singleFaults(),
+// withSecond(), describe(). Pure data; any thread.
 
 #pragma once
 
